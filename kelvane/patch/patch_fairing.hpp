@@ -1,4 +1,5 @@
-// Moves the free vertices of one inserted patch onto the solution of a discrete bi-Laplace equation.
+// Moves the free vertices of one inserted patch onto the solution of a discrete bi-Laplace
+// equation.
 #pragma once
 
 #include "kelvane/fill/hole_filling.hpp"
@@ -18,14 +19,15 @@ using Mesh_R::_edge;
 using Mesh_R::_face;
 using Mesh_R::_vert;
 
-/// One patch, one solve. The patch's vertices from `patch.freeStart` on are free; every other vertex of
-/// the mesh is fixed data. For each free vertex r and each coordinate, (L (L u))(r) = 0 with the
-/// cotangent Laplacian L over mixed Voronoi areas (Meyer, Desbrun, Schroeder, Barr 2003), clamped
-/// cotangents, and the weights of the positions before the solve: the patch continues the surface in
-/// position and tangent direction. The equations reach two rings into the surrounding mesh.
+/// One patch, one solve. The patch's vertices from `patch.freeStart` on are free; every other
+/// vertex of the mesh is fixed data. For each free vertex r and each coordinate, (L (L u))(r) = 0
+/// with the cotangent Laplacian L over mixed Voronoi areas (Meyer, Desbrun, Schroeder, Barr 2003),
+/// clamped cotangents, and the weights of the positions before the solve: the patch continues the
+/// surface in position and tangent direction. The equations reach two rings into the surrounding
+/// mesh.
 ///
-/// Reads the mesh, writes `pos` of the free vertices only. Objects for different patches may solve()
-/// side by side, as long as none of them writes before the last of them has read.
+/// Reads the mesh, writes `pos` of the free vertices only. Objects for different patches may
+/// solve() side by side, as long as none of them writes before the last of them has read.
 class PatchFairing {
   public:
     /// Keeps references to all of its arguments: they must outlive the object.
@@ -43,8 +45,8 @@ class PatchFairing {
 
   private:
     /// Adds the operator's row for `v`, expanded `depth` times and scaled by `multiplier`, to row
-    /// `row`: to `coefficients` where it meets free vertices (those in `ids`), to bx, by, bz where it
-    /// meets fixed ones.
+    /// `row`: to `coefficients` where it meets free vertices (those in `ids`), to bx, by, bz where
+    /// it meets fixed ones.
     void computeRow(_vert* v, int row, double& bx, double& by, double& bz, double multiplier,
                     const std::map<_vert*, int>& ids, unsigned depth);
     /// Sum over the faces of `e` of the clamped cotangent of the angle opposite `e`.

@@ -2,16 +2,18 @@
 //
 //     std::vector<KVN::Marker> markers = ...;              // centre, normal, radius
 //     KVN::RepairMarkers repair(&mesh, markers, 1.5, 0, nullptr, 0);
-//     repair.DeleteMarkRegion();                           // cuts the surface out under each marker
-//     repair.MarkerRepairprocessing(8);                    // finds, fills, joins, fairs; 8 threads
+//     repair.DeleteMarkRegion();                           // cuts the surface out under each
+//     marker repair.MarkerRepairprocessing(8);                    // finds, fills, joins, fairs; 8
+//     threads
 //
-// What is touched: faces that have a vertex on a marker's disc are deleted, with the vertices and edges
-// that this leaves alone; the holes get new vertices, edges and faces; all face and vertex normals are
-// computed anew. Every other vertex keeps its position bit for bit and its place in the store.
+// What is touched: faces that have a vertex on a marker's disc are deleted, with the vertices and
+// edges that this leaves alone; the holes get new vertices, edges and faces; all face and vertex
+// normals are computed anew. Every other vertex keeps its position bit for bit and its place in the
+// store.
 //
-// Lengths are in the mesh's unit, and nothing converts units. The vertex normals must be those of the
-// mesh when DeleteMarkRegion runs (Mesh_M::build_mesh computes them). Nothing reports an error: a
-// marker without a border, or a hole that could not be filled, leaves its place open and harms no
+// Lengths are in the mesh's unit, and nothing converts units. The vertex normals must be those of
+// the mesh when DeleteMarkRegion runs (Mesh_M::build_mesh computes them). Nothing reports an error:
+// a marker without a border, or a hole that could not be filled, leaves its place open and harms no
 // other. Only allocation failures throw. The result is the same for every number of threads.
 //
 // One object, one mesh, one run, one calling thread; objects on different meshes are independent.
@@ -52,8 +54,8 @@ struct RunAccess; // the toolkit's way to the private members
 class KELVANE_EXPORT RepairMarkers {
   public:
     /// Copies `markers` and builds the kd-tree over the live vertices of `mesh`. The mesh and
-    /// `blockSpheres` (four floats per block: x, y, z, radius) stay the caller's and must outlive the
-    /// object. `markerSize` is added to every marker's radius to give the radius of the cut.
+    /// `blockSpheres` (four floats per block: x, y, z, radius) stay the caller's and must outlive
+    /// the object. `markerSize` is added to every marker's radius to give the radius of the cut.
     /// `sizeAdjustable`, when not 0, lets setResolution change `markerSize` and lets a cut take in
     /// vertices close to the marker's plane that face away by up to 135 degrees.
     ///
@@ -75,16 +77,16 @@ class KELVANE_EXPORT RepairMarkers {
     /// Cuts the surface out under every marker and notes the vertices around each cut.
     void DeleteMarkRegion();
 
-    /// Instead of DeleteMarkRegion, for a caller that made one cut itself: `region` holds the vertices
-    /// around it. The hole is judged by the first marker, of which there must be one.
+    /// Instead of DeleteMarkRegion, for a caller that made one cut itself: `region` holds the
+    /// vertices around it. The hole is judged by the first marker, of which there must be one.
     void DeleMK(std::vector<_vert*>& region);
 
-    /// Finds the hole of every cut, fills it, joins the patch to the mesh, fairs it, and computes all
-    /// normals. `threads` goes to the fill and to the face normals.
+    /// Finds the hole of every cut, fills it, joins the patch to the mesh, fairs it, and computes
+    /// all normals. `threads` goes to the fill and to the face normals.
     void MarkerRepairprocessing(int threads);
 
-    /// Cuts out all faces with a vertex in one of the block spheres and repairs nothing. Returns the
-    /// mesh, or null when the object can do nothing.
+    /// Cuts out all faces with a vertex in one of the block spheres and repairs nothing. Returns
+    /// the mesh, or null when the object can do nothing.
     Mesh* deleteblocks();
 
   private:
@@ -110,6 +112,8 @@ class KELVANE_EXPORT RepairMarkers {
 
     // holes/
     void BoundaryData();
+    void note_shared_holes(const std::vector<int>& without_hole,
+                           const std::vector<std::vector<_vert*>>& their_vertices);
     void findmarkhole(std::vector<_vert*>& region, std::vector<_vert*>& border);
     void gethole(_vert* v, std::vector<_edge*>& out, int n);
     _edge* nextedge(_edge* e, _vert* v);
@@ -129,18 +133,20 @@ class KELVANE_EXPORT RepairMarkers {
                        std::vector<int>& borderIndices);
     int getVertexIndex(std::vector<_vert*>& candidates, const MyPoint3& point);
 
-    // whole_hole_repair.cpp: one hole by the heavier operations, as an alternative to fill and fairing
+    // whole_hole_repair.cpp: one hole by the heavier operations, as an alternative to fill and
+    // fairing
     int Repair_High_Resolution(int i);
     int Repair_Low_Resolution(int i);
+    void clear_hole_slot(int i);
     void rebuildmesh(Mesh* target, std::vector<_vert*>& borderVerts, int i);
     void Dataconvert(Mesh* source, int borderCount, std::vector<double>& triangles,
                      std::vector<double>& border);
 
     Mesh* mesh; ///< the caller's
     std::vector<Marker> markers;
-    double markerSize;    ///< added to every marker's radius
+    double markerSize; ///< added to every marker's radius
     char sizeAdjustable;
-    float resolution;     ///< stored by setResolution, read by nothing
+    float resolution;                       ///< stored by setResolution, read by nothing
     pcl::KdTreeFLANN<pcl::PointXYZ> kdTree; ///< over the vertices alive at construction
     std::vector<int> kdToVertex;            ///< point of kdTree -> index in the vertex store
     bool hasCloud;                          ///< kdTree can be searched
@@ -157,13 +163,14 @@ class KELVANE_EXPORT RepairMarkers {
     std::vector<std::vector<_vert*>> holeBorders;
     std::vector<MyOFFDataNew> patches;
     std::vector<std::vector<_vert*>> patchVerts; ///< per hole, the vertex of each patch point
-    int currentMarker; ///< region that BoundaryData is working on
+    int currentMarker;                           ///< region that BoundaryData is working on
 
     // For the report; nothing of the repair reads these.
     std::vector<RegionFinding> regionFindings; ///< per marker, what DeleteMarkRegion met
     std::vector<int> holeMarkers;              ///< per hole, the marker that it came from
     std::vector<char> holeIsChain;             ///< per hole, 1 where the border is an open chain
-    const RunObserver* observer = nullptr;     ///< the caller's; told when a stage begins
+    std::vector<int> sharedHoles;          ///< per region, another marker's hole it joined, or -1
+    const RunObserver* observer = nullptr; ///< the caller's; told when a stage begins
 };
 
 } // namespace KVN

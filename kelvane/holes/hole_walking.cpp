@@ -1,0 +1,148 @@
+// Walking the boundary of the mesh: which edge comes next, a whole walk, and its sense of
+// direction.
+#include "kelvane/holes/boundary.hpp"
+#include "kelvane/repair/repair_markers.hpp"
+
+#include <algorithm>
+
+namespace KVN {
+
+using namespace boundary;
+
+namespace {
+
+// What a boundary edge must have on both ends to be taken in each of nextedge's passes.
+constexpr std::uint8_t pass_marks[] = {in_region, on_ring, 0};
+
+bool both_ends_have(const _edge* e, std::uint8_t bits) {
+    return (e->start->flags & e->end->flags & bits) == bits;
+}
+
+bool free_boundary_edge(const _edge* e) {
+    return e != nullptr && e->faceCount == 1 && e->status != Mesh_R::status_walked;
+}
+
+// The edge to start from at `v`: one of the region if there is one, else any free boundary edge.
+_edge* start_edge(const _vert* v) {
+    for (const std::uint8_t bits : {in_region, std::uint8_t{0}}) {
+        for (int i = 0; i < v->edgeCount; ++i) {
+            if (free_boundary_edge(v->edges[i]) && both_ends_have(v->edges[i], bits)) {
+                return v->edges[i];
+            }
+        }
+    }
+    return nullptr;
+}
+
+// The vertex at which a walk along `e` against its face's winding arrives.
+_vert* arrival_vertex(const _edge* e) {
+    const _face* face = e->faces[0];
+    const int i = position_in(face, e->start, 0);
+    const int j = position_in(face, e->end, 0);
+    return (i + 1) % 3 == j ? e->start : e->end;
+}
+
+void set_status(const std::vector<_edge*>& edges, std::uint16_t status) {
+    for (_edge* e : edges) {
+        e->status = status;
+    }
+}
+
+} // namespace
+
+_edge* RepairMarkers::nextedge(_edge* e, _vert* v) {
+    if (e == nullptr || v == nullptr) {
+        return nullptr;
+    }
+    const _vert* x = e->start == v ? e->start : e->end;
+    for (const std::uint8_t bits : pass_marks) {
+        for (int i = 0; i < x->edgeCount; ++i) {
+            _edge* candidate = x->edges[i];
+            if (free_boundary_edge(candidate) && candidate != e &&
+                both_ends_have(candidate, bits)) {
+                return candidate;
+            }
+        }
+    }
+    return nullptr;
+}
+
+void RepairMarkers::gethole(_vert* v, std::vector<_edge*>& out, int n) {
+    constexpr int most_skipped = 3;         // edges
+    constexpr double least_patience = 20.0; // edges away from the marker before the walk gives up
+    constexpr double patience_share = 0.3;  // of the region's vertices
+
+    if (v == nullptr) {
+        return;
+    }
+    _edge* const first = start_edge(v);
+    if (first == nullptr) {
+        return;
+    }
+    _vert* ahead = arrival_vertex(first);
+    const _vert* behind = other_end(first, ahead);
+
+    // A walk should not begin on a pinch vertex: move the start on.
+    _edge* current = first;
+    if (is_pinch(behind)) {
+        std::vector<_edge*> skipped;
+        for (int i = 0; i < most_skipped; ++i) {
+            current->status = Mesh_R::status_walked;
+            skipped.push_back(current);
+            current = nextedge(current, ahead);
+            if (current == nullptr) {
+                set_status(skipped, Mesh_R::status_normal);
+                return;
+            }
+            const _vert* passed = ahead;
+            ahead = other_end(current, ahead);
+            if (!is_pinch(passed)) {
+                break;
+            }
+        }
+        set_status(skipped, Mesh_R::status_normal);
+    }
+
+    out.push_back(current);
+    current->status = Mesh_R::status_walked;
+    const int limit = static_cast<int>(std::max(patience_share * n, least_patience));
+    int run = 0;
+    while (true) {
+        const bool near_marker =
+            ((current->start->flags | current->end->flags) & (in_region | on_ring)) != 0;
+        run = near_marker ? 0 : run + 1;
+        current = nextedge(current, ahead);
+        if (current == nullptr || current == first || current->status == Mesh_R::status_walked) {
+            return;
+        }
+        ahead = other_end(current, ahead);
+        out.push_back(current);
+        current->status = Mesh_R::status_walked;
+        if (run >= limit) {
+            return;
+        }
+    }
+}
+
+bool RepairMarkers::check_hole_anticlock(std::vector<_edge*>& edges) {
+    constexpr double share = 0.8;
+    const int m = static_cast<int>(edges.size());
+    const double bound = m * share;
+    int against = 0;
+    int ia = -1;
+    int ib = -1;
+    for (int k = 0; k < m; ++k) {
+        const _edge* e = edges[k];
+        const _edge* previous = edges[k == 0 ? m - 1 : k - 1];
+        const _vert* a = is_end(e, previous->start) ? previous->start : previous->end;
+        const _vert* b = other_end(e, a);
+        ia = position_in(e->faces[0], a, ia);
+        ib = position_in(e->faces[0], b, ib);
+        if ((ib + 1) % 3 == ia) {
+            ++against;
+        }
+    }
+    return against > bound;
+}
+
+} // namespace KVN

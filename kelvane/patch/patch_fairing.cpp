@@ -1,0 +1,224 @@
+// The bi-Laplace system of one patch: its weights, its rows, and its solution.
+#include "kelvane/patch/patch_fairing.hpp"
+
+#include <Eigen/OrderingMethods>
+#include <Eigen/SparseCore>
+#include <Eigen/SparseLU>
+
+#include <algorithm>
+#include <cmath>
+#include <iostream>
+#include <limits>
+#include <set>
+
+namespace KVN {
+
+namespace {
+
+constexpr double cotangent_limit = 19.1; // cotangent of 3 degrees
+constexpr double smallest_normal = std::numeric_limits<double>::min();
+
+double clamped(double cotangent) {
+    return std::min(std::max(cotangent, -cotangent_limit), cotangent_limit);
+}
+
+// A difference of two positions, in single precision.
+using Vector = MemS::Point3v<float>;
+
+Vector operator-(const Vector& a, const Vector& b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+
+double dot(const Vector& a, const Vector& b) {
+    return static_cast<double>(a.x) * b.x + static_cast<double>(a.y) * b.y +
+           static_cast<double>(a.z) * b.z;
+}
+
+// Length of the cross product: components in single precision, length in double.
+double cross_length(const Vector& a, const Vector& b) {
+    const Vector c(a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x);
+    return std::sqrt(dot(c, c));
+}
+
+bool is_end(const _edge* e, const _vert* v) {
+    return e->start == v || e->end == v;
+}
+
+// The share of a triangle's area that goes to its corner `v`, with p and q the two others.
+double area_share(const _vert* v, const _vert* p, const _vert* q) {
+    const Vector a = p->pos - v->pos;
+    const Vector b = q->pos - v->pos;
+    const Vector c = q->pos - p->pos;
+    const double s = cross_length(a, b); // twice the triangle's area
+    if (!(s > smallest_normal)) {
+        return 0.0;
+    }
+    const double dv = dot(a, b);
+    const double dp = -dot(a, c);
+    const double dq = dot(b, c);
+    if (dv < 0.0) {
+        return 0.25 * s;
+    }
+    if (dp < 0.0 || dq < 0.0) {
+        return 0.125 * s;
+    }
+    return 0.125 * (dot(a, a) * clamped(dq / s) + dot(b, b) * clamped(dp / s));
+}
+
+// Store order: the same on every run, which the order of addresses is not.
+struct StoreOrder {
+    bool operator()(const _vert* a, const _vert* b) const {
+        return a->index != b->index ? a->index < b->index : a < b;
+    }
+};
+
+} // namespace
+
+PatchFairing::PatchFairing(Mesh* mesh_, const MyOFFDataNew& patch_,
+                           const std::vector<_vert*>& vertices_, char sizeAdjustable_)
+    : mesh(mesh_), patch(&patch_), vertices(&vertices_), sizeAdjustable(sizeAdjustable_) {}
+
+double PatchFairing::edgeWeight(const _edge* e) {
+    double sum = 0.0;
+    for (int i = 0; i < e->faceCount; ++i) {
+        const _face* f = e->faces[i];
+        const _vert* w = f->verts[2];
+        for (int k = 1; k >= 0; --k) {
+            if (!is_end(e, f->verts[k])) {
+                w = f->verts[k];
+            }
+        }
+        const Vector p = e->end->pos - w->pos;
+        const Vector q = e->start->pos - w->pos;
+        const double s = cross_length(p, q);
+        if (s > smallest_normal) {
+            sum += clamped(dot(p, q) / s);
+        }
+    }
+    return sum;
+}
+
+double PatchFairing::mixedArea(const _vert* v) {
+    if (v->faceCount < 2) {
+        return 0.0;
+    }
+    double area = 0.0;
+    for (int i = 0; i < v->faceCount; ++i) {
+        _vert* const* corners = v->faces[i]->verts;
+        for (int k = 0; k < 3; ++k) {
+            if (corners[k] == v) {
+                area += area_share(v, corners[(k + 1) % 3], corners[(k + 2) % 3]);
+                break;
+            }
+        }
+    }
+    return area;
+}
+
+void PatchFairing::computeRow(_vert* v, int row, double& bx, double& by, double& bz,
+                              double multiplier, const std::map<_vert*, int>& ids, unsigned depth) {
+    while (depth != 0) {
+        const double w = 0.5 / mixedArea(v);
+        double sum = 0.0;
+        for (int i = 0; i < v->edgeCount; ++i) {
+            const _edge* e = v->edges[i];
+            const double g = edgeWeight(e);
+            _vert* neighbour = e->start == v ? e->end : e->start;
+            computeRow(neighbour, row, bx, by, bz, -(g * w * multiplier), ids, depth - 1);
+            sum += g;
+        }
+        multiplier = multiplier * (sum * w);
+        --depth;
+    }
+    const auto known = ids.find(v);
+    if (known != ids.end()) {
+        const auto entry = coefficients.try_emplace({row, known->second}, multiplier);
+        if (!entry.second) {
+            entry.first->second += multiplier;
+        }
+    } else {
+        bx -= multiplier * v->pos.x;
+        by -= multiplier * v->pos.y;
+        bz -= multiplier * v->pos.z;
+    }
+}
+
+int PatchFairing::fair() {
+    const int result = solve();
+    write();
+    return result;
+}
+
+int PatchFairing::solve() {
+    solution.clear();
+    coefficients.clear();
+    const int n = static_cast<int>(patch->points.size());
+    std::set<_vert*, StoreOrder> free;
+    for (int k = patch->freeStart; k < n; ++k) {
+        free.insert((*vertices)[k]);
+    }
+    if (free.empty()) {
+        return 0;
+    }
+    const int unknowns = static_cast<int>(free.size());
+    std::map<_vert*, int> ids;
+    for (_vert* v : free) {
+        if (!ids.emplace(v, static_cast<int>(ids.size())).second) {
+            return -1;
+        }
+    }
+
+    Eigen::VectorXd bx = Eigen::VectorXd::Zero(unknowns);
+    Eigen::VectorXd by = Eigen::VectorXd::Zero(unknowns);
+    Eigen::VectorXd bz = Eigen::VectorXd::Zero(unknowns);
+    int id = 0;
+    for (_vert* v : free) {
+        computeRow(v, id, bx[id], by[id], bz[id], 1.0, ids, 2);
+        ++id;
+    }
+    std::vector<Eigen::Triplet<double>> triplets;
+    triplets.reserve(coefficients.size());
+    for (const auto& kv : coefficients) {
+        if (std::isinf(kv.second)) {
+            std::cout << "std::isinf(kv.second)\n";
+            return -1;
+        }
+        triplets.emplace_back(kv.first.first, kv.first.second, kv.second);
+    }
+    coefficients.clear();
+
+    Eigen::SparseMatrix<double> matrix(unknowns, unknowns);
+    matrix.setFromTriplets(triplets.begin(), triplets.end());
+    matrix.makeCompressed();
+    // The rows carry their own areas: the matrix is not symmetric.
+    Eigen::SparseLU<Eigen::SparseMatrix<double>, Eigen::COLAMDOrdering<int>> solver;
+    solver.analyzePattern(matrix);
+    solver.factorize(matrix);
+    if (solver.info() != Eigen::Success) {
+        return 0;
+    }
+    const Eigen::VectorXd x = solver.solve(bx);
+    const bool x_solved = solver.info() == Eigen::Success;
+    const Eigen::VectorXd y = solver.solve(by);
+    const bool y_solved = solver.info() == Eigen::Success;
+    const Eigen::VectorXd z = solver.solve(bz);
+    if (!x_solved || !y_solved || solver.info() != Eigen::Success) {
+        return 0;
+    }
+    solution.reserve(free.size());
+    id = 0;
+    for (_vert* v : free) {
+        solution.emplace_back(v, Vector(static_cast<float>(x[id]), static_cast<float>(y[id]),
+                                        static_cast<float>(z[id])));
+        ++id;
+    }
+    return 0;
+}
+
+void PatchFairing::write() const {
+    for (const auto& [v, position] : solution) {
+        v->pos = position;
+    }
+}
+
+} // namespace KVN

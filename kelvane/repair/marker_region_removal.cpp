@@ -1,0 +1,142 @@
+// Cutting the surface out from under the markers.
+#include "kelvane/repair/repair_markers.hpp"
+
+#include <cmath>
+
+namespace KVN {
+
+namespace {
+
+// Owners of flag bit 2: on a vertex, accepted for a marker or standing around its cut; on a face,
+// to be deleted (the mark stays on the deleted record).
+constexpr std::uint8_t marked = 2;
+
+bool finite(const Marker& m) {
+    return std::isfinite(m.x) && std::isfinite(m.y) && std::isfinite(m.z);
+}
+
+} // namespace
+
+// Store indices of the vertices that were alive at construction and lie within `radius` of a point,
+// by growing distance. Empty where the search makes no sense: a place or radius that is not a
+// number, a negative radius.
+std::vector<int> RepairMarkers::vertices_within(float x, float y, float z, double radius) const {
+    std::vector<int> found;
+    if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(z) || !(radius >= 0.0)) {
+        return found;
+    }
+    pcl::Indices hits;
+    std::vector<float> squared_distances;
+    kdTree.radiusSearch(pcl::PointXYZ(x, y, z), radius, hits, squared_distances, 0);
+    found.reserve(hits.size());
+    for (const int hit : hits) {
+        found.push_back(kdToVertex[hit]);
+    }
+    return found;
+}
+
+// Of the vertices around a marker, those on its own disc of surface: near its plane and facing its
+// way.
+void RepairMarkers::select_marker_vertices(const Marker& marker, const std::vector<int>& hits,
+                                           std::vector<int>& selected) const {
+    constexpr double facing_limit = -0.7071067811865476; // cosine of 135 degrees
+    constexpr double slab_top = 0.5;     // mm over and under the marker's plane, for
+    constexpr double slab_bottom = -1.5; // vertices that face away
+
+    const float nx = marker.nx, ny = marker.ny, nz = marker.nz;
+    const float d = -(nx * marker.x) - ny * marker.y - nz * marker.z;
+    for (const int index : hits) {
+        const _vert& v = mesh->vertices.at(index);
+        if (v.status == Mesh_R::status_deleted) {
+            continue;
+        }
+        const float dist = (ny * v.pos.y + nx * v.pos.x + nz * v.pos.z + d) /
+                           std::sqrt(ny * ny + nx * nx + nz * nz);
+        // The height limit is the bare radius; the margin widens the search only.
+        if (std::fabs(dist) > marker.radius) {
+            continue;
+        }
+        const float facing = ny * v.normal.y + nx * v.normal.x + nz * v.normal.z;
+        const double dot = facing;
+        if (dot < facing_limit) {
+            continue;
+        }
+        if (dot < 0.0 && dot > facing_limit) {
+            if (sizeAdjustable != 0 && dist <= slab_top && dist > slab_bottom) {
+                selected.push_back(index);
+            }
+        } else if (dot >= 0.0) {
+            selected.push_back(index);
+        }
+    }
+}
+
+// Marks the faces of the selected vertices and gathers the vertices just outside of them.
+void RepairMarkers::collect_ring(const std::vector<int>& selected,
+                                 std::vector<_vert*>& ring) const {
+    for (const int index : selected) {
+        mesh->vertices.at(index).flags |= marked;
+    }
+    for (const int index : selected) {
+        const _vert& v = mesh->vertices.at(index);
+        for (int i = 0; i < v.faceCount; ++i) {
+            _face* face = v.faces[i];
+            if ((face->flags & marked) != 0) {
+                continue;
+            }
+            face->flags |= marked;
+            for (_vert* corner : face->verts) {
+                if ((corner->flags & marked) == 0) {
+                    ring.push_back(corner);
+                    corner->flags |= marked;
+                }
+            }
+        }
+    }
+}
+
+// Deletes every face that carries the mark; those deleted before are left alone by the kernel.
+void RepairMarkers::delete_marked_faces() {
+    const int total = mesh->faces.total();
+    for (int i = 0; i < total; ++i) {
+        _face& face = mesh->faces.at(i);
+        if ((face.flags & marked) != 0) {
+            mesh->faces.dele_face(&face);
+        }
+    }
+}
+
+void RepairMarkers::DeleteMarkRegion() {
+    if (!ready()) {
+        return;
+    }
+    markRegions.clear();
+    regionFindings.clear();
+    std::vector<int> selected;
+    std::vector<_vert*> ring;
+    for (const Marker& marker : markers) {
+        std::vector<int> hits;
+        if (finite(marker) && marker.radius >= 0.0f) {
+            hits = vertices_within(marker.x, marker.y, marker.z, marker.radius + markerSize);
+        }
+        selected.clear();
+        select_marker_vertices(marker, hits, selected);
+        ring.clear();
+        collect_ring(selected, ring);
+        markRegions.push_back(ring);
+        // By the hits, not by the ring: a ring vertex outside the sphere keeps its mark, and the
+        // search for the hole reads just that.
+        bool any_alive = false;
+        for (const int index : hits) {
+            _vert& v = mesh->vertices.at(index);
+            v.flags &= static_cast<std::uint8_t>(~marked);
+            any_alive = any_alive || v.status != Mesh_R::status_deleted;
+        }
+        regionFindings.push_back(!selected.empty() ? RegionFinding::cut
+                                 : any_alive       ? RegionFinding::none_accepted
+                                                   : RegionFinding::no_vertex_in_reach);
+    }
+    delete_marked_faces();
+}
+
+} // namespace KVN

@@ -1,0 +1,139 @@
+// One hole by the heavier operations, which know the surface around it. The result stays in the
+// hole's lists, in the form that insertpatch_7 takes.
+#include "kelvane/repair/repair_markers.hpp"
+#include "kelvane/triangulator/hole_triangulator.hpp"
+
+#include <cmath>
+#include <memory>
+
+namespace KVN {
+
+namespace {
+
+constexpr std::size_t doubles_per_triangle = 12; // normal and three corners
+
+void append(std::vector<double>& flat, const MyPoint3& p) {
+    flat.insert(flat.end(), p.p, p.p + 3);
+}
+
+void append(std::vector<double>& flat, const MemS::Point3v<float>& p) {
+    flat.push_back(p.x);
+    flat.push_back(p.y);
+    flat.push_back(p.z);
+}
+
+MemS::Point3v<float> narrow(const MyPoint3& p) {
+    return {static_cast<float>(p.p[0]), static_cast<float>(p.p[1]), static_cast<float>(p.p[2])};
+}
+
+// A temporary mesh: its memory goes back before the object ends.
+struct FreeMesh {
+    void operator()(Mesh* mesh) const {
+        mesh->free();
+        delete mesh;
+    }
+};
+
+} // namespace
+
+int RepairMarkers::Repair_High_Resolution(int i) {
+    std::vector<double> triangles;
+    triangles.reserve(doubles_per_triangle * holeFaces[i].size());
+    for (std::size_t j = 0; j < holeFaces[i].size(); ++j) {
+        append(triangles, holeFaceNormals[i][j]);
+        for (const int corner : holeFaces[i][j].t_idx) {
+            append(triangles, holePoints[i][corner]);
+        }
+    }
+    std::vector<double> border;
+    border.reserve(holeBoundaryCount[i]);
+    for (int j = 0; j < holeBoundaryCount[i]; ++j) {
+        append(border, holePoints[i][j]);
+    }
+    clear_hole_slot(i);
+    Mesh_M::Orbrel().fillHole2(triangles, border, holePoints[i], holeFaces[i], holeFaceNormals[i],
+                               holeRingIndices[i]);
+    return 0;
+}
+
+int RepairMarkers::Repair_Low_Resolution(int i) {
+    std::vector<_vert*> borderVerts;
+    borderVerts.reserve(holeBoundaryCount[i]);
+    std::unique_ptr<Mesh, FreeMesh> temporary(new Mesh);
+    rebuildmesh(temporary.get(), borderVerts, i);
+    HoleTriangulator triangulator(temporary.get(), borderVerts);
+    triangulator.fill_front();
+
+    const int n = static_cast<int>(holeFaces[i].size());
+    const int k = holeBoundaryCount[i];
+    std::vector<double> triangles;
+    triangles.reserve(doubles_per_triangle * temporary->faces.liveCount);
+    std::vector<double> border;
+    border.reserve(3 * static_cast<std::size_t>(k));
+    Dataconvert(temporary.get(), k, triangles, border);
+    clear_hole_slot(i);
+    Mesh_M::Orbrel().fairing(triangles, n, border, holePoints[i], holeFaces[i], holeFaceNormals[i],
+                             holeRingIndices[i]);
+    temporary.reset(); // before the triangulator ends, which does not touch it any more
+    return 0;
+}
+
+// Empties what the hole's neighbourhood stood in, for the result.
+void RepairMarkers::clear_hole_slot(int i) {
+    holePoints[i].clear();
+    holeFaces[i].clear();
+    holeFaceNormals[i].clear();
+    holeRingIndices[i].clear();
+}
+
+void RepairMarkers::rebuildmesh(Mesh* target, std::vector<_vert*>& borderVerts, int i) {
+    borderVerts.reserve(holeBoundaryCount[i]);
+    const int count = static_cast<int>(holePoints[i].size());
+    target->submeshinalize();
+    for (int j = 0; j < count; ++j) {
+        MemS::Point3v<float> position = narrow(holePoints[i][j]);
+        _vert* v = target->vertices.insert_vert(position);
+        if (j < holeBoundaryCount[i]) {
+            borderVerts.push_back(v);
+        }
+    }
+    const auto in_range = [count](const MyFace& face) {
+        for (const int corner : face.t_idx) {
+            if (corner < 0 || corner >= count) {
+                return false;
+            }
+        }
+        return true;
+    };
+    for (std::size_t j = 0; j < holeFaces[i].size(); ++j) {
+        MemS::Point3v<float> normal = narrow(holeFaceNormals[i][j]);
+        const MyFace& face = holeFaces[i][j];
+        if (!in_range(face) || std::isnan(normal.x)) {
+            continue;
+        }
+        target->insert_face(&target->vertices.at(face.t_idx[0]),
+                            &target->vertices.at(face.t_idx[1]),
+                            &target->vertices.at(face.t_idx[2]), normal);
+    }
+    target->inlin_inalize_mesh();
+}
+
+void RepairMarkers::Dataconvert(Mesh* source, int borderCount, std::vector<double>& triangles,
+                                std::vector<double>& border) {
+    const int total = source->faces.total();
+    for (int j = 0; j < total; ++j) {
+        const _face& face = source->faces.at(j);
+        if (face.status == Mesh_R::status_deleted) {
+            continue;
+        }
+        append(triangles, face.normal);
+        for (const _vert* corner : face.verts) {
+            append(triangles, corner->pos);
+        }
+    }
+    for (int j = 0; j < borderCount; ++j) {
+        append(border, source->vertices.at(j).pos);
+    }
+}
+
+} // namespace KVN
