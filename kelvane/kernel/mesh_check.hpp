@@ -21,8 +21,9 @@ struct MeshCheck {
     bool sound() const { return fault.empty(); }
 };
 
-/// Walks every record once: adjacency in both directions, counts against list contents, status words
-/// (8 or 3 between runs), deleted records out of all live lists, `liveCount`, no face or edge twice.
+/// Walks every record once: adjacency in both directions, counts against list contents, status
+/// words (8 or 3 between runs), deleted records out of all live lists, `liveCount`, no face or edge
+/// twice.
 KELVANE_EXPORT MeshCheck check_mesh(const Mesh& mesh);
 
 } // namespace Mesh_M

@@ -1,9 +1,9 @@
 // The mesh kernel: one in-memory triangle complex whose records never move.
 //
 // A Mesh_M::Mesh holds three record stores (faces, vertices, edges). Records live in equally sized
-// blocks, so a _vert*, _edge* or _face* stays valid for the life of the mesh; a deleted record stays
-// in its slot, readable, with status 3, and its slot is never used again. Callers read and write the
-// records directly and walk the stores by index:
+// blocks, so a _vert*, _edge* or _face* stays valid for the life of the mesh; a deleted record
+// stays in its slot, readable, with status 3, and its slot is never used again. Callers read and
+// write the records directly and walk the stores by index:
 //
 //     const int total = mesh.faces.fullBlocks * mesh.faces.blockSize + mesh.faces.lastCount;
 //     for (int i = 0; i < total; ++i) {
@@ -13,14 +13,15 @@
 //     }
 //
 // Any complex of triangles can be held, with as many faces on an edge as its 16-bit count can tell.
-// Length unit: the caller's; nothing is converted. Threads: no operation may run at the same time as
-// another one on the same mesh; different meshes are independent.
+// Length unit: the caller's; nothing is converted. Threads: no operation may run at the same time
+// as another one on the same mesh; different meshes are independent.
 #pragma once
 
 #include "kelvane/export.hpp"
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace MemS {
 
@@ -87,9 +88,9 @@ struct _edge {
     std::uint8_t faceCapacityLog2 = 0; ///< kernel's own: room in `faces`, as a power of two
 };
 
-/// A triangle. The normal points to the side from which `verts` run anticlockwise. `edges` holds the
-/// edges of the vertex pairs (0, 1), (0, 2), (1, 2) on a face that the kernel made; an edge flip
-/// keeps the slots and so does not keep that order.
+/// A triangle. The normal points to the side from which `verts` run anticlockwise. `edges` holds
+/// the edges of the vertex pairs (0, 1), (0, 2), (1, 2) on a face that the kernel made; an edge
+/// flip keeps the slots and so does not keep that order.
 struct _face {
     _vert* verts[3] = {nullptr, nullptr, nullptr};
     _edge* edges[3] = {nullptr, nullptr, nullptr};
@@ -127,8 +128,18 @@ class BlockStore {
     /// Gives back all blocks; the store is empty afterwards.
     void release();
 
+    /// Bytes taken from the system.
+    std::size_t bytes() const {
+        return blocksMade * static_cast<std::size_t>(blockSize) * sizeof(Record) +
+               blockCapacity * sizeof(Record*);
+    }
+
     std::size_t blockCapacity = 0; ///< entries of `blocks` that can be used
     std::size_t blocksMade = 0;    ///< entries of `blocks` that are allocated
+    std::vector<void*> pieces;     ///< memory of one or more blocks each
+
+  private:
+    void make_blocks(std::size_t count);
 };
 
 class ListPool; // memory of adjacency lists, kernel/list_pool.hpp
@@ -155,9 +166,9 @@ class KELVANE_EXPORT Vertex : public BlockStore<_vert> {
     /// Adds `face` to the list of `vertex` alone.
     void insert_face(_vert* vertex, _face* face);
 
-    /// Sets `normal` of every live vertex that has a face to the normalised plain mean of its faces'
-    /// normals; the sum is in single precision, each division in double. A mean of length 0 is
-    /// replaced by the first face's normal. A vertex without faces keeps its normal.
+    /// Sets `normal` of every live vertex that has a face to the normalised plain mean of its
+    /// faces' normals; the sum is in single precision, each division in double. A mean of length 0
+    /// is replaced by the first face's normal. A vertex without faces keeps its normal.
     void R_cal_vector();
     /// The same for one vertex.
     void R_cal_vector(_vert* vertex);
@@ -236,14 +247,19 @@ class KELVANE_EXPORT Mesh {
     /// into it are gone. May be called any number of times.
     void free();
 
-    /// Prepares a fresh mesh for `insert_vert` and `insert_face`; a mesh with records is left alone.
+    /// Bytes that the stores and the lists have taken from the system, reserves included. Memory of
+    /// deleted records counts as well.
+    std::size_t memory_bytes() const;
+
+    /// Prepares a fresh mesh for `insert_vert` and `insert_face`; a mesh with records is left
+    /// alone.
     void submeshinalize();
     /// Completes a mesh built by `insert_vert` and `insert_face`.
     void inlin_inalize_mesh();
 
     /// Makes the face (a, b, c) with the missing ones of its edges and enters it into all lists.
-    /// Returns null, with nothing changed, for a null or repeated or deleted vertex, for a face that
-    /// exists already over the same vertices in whatever order, and where a 16-bit count would
+    /// Returns null, with nothing changed, for a null or repeated or deleted vertex, for a face
+    /// that exists already over the same vertices in whatever order, and where a 16-bit count would
     /// overflow. An edge may carry any number of faces.
     Mesh_R::_face* insert_face(Mesh_R::_vert* a, Mesh_R::_vert* b, Mesh_R::_vert* c,
                                MemS::Point3v<float>& normal);

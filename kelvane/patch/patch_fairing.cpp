@@ -10,6 +10,7 @@
 #include <iostream>
 #include <limits>
 #include <set>
+#include <utility>
 
 namespace KVN {
 
@@ -71,6 +72,35 @@ struct StoreOrder {
         return a->index != b->index ? a->index < b->index : a < b;
     }
 };
+
+using Coordinates = Eigen::Matrix<double, Eigen::Dynamic, 3>;
+
+enum class SystemOutcome { solved, infinite_entry, singular };
+
+// Solves for all three coordinates with one factorisation. The rows carry their own areas, so the
+// matrix is not symmetric.
+SystemOutcome solve_system(const std::map<std::pair<int, int>, double>& coefficients,
+                           const Coordinates& right, Coordinates& positions) {
+    std::vector<Eigen::Triplet<double>> triplets;
+    triplets.reserve(coefficients.size());
+    for (const auto& kv : coefficients) {
+        if (std::isinf(kv.second)) {
+            return SystemOutcome::infinite_entry;
+        }
+        triplets.emplace_back(kv.first.first, kv.first.second, kv.second);
+    }
+    Eigen::SparseMatrix<double> matrix(right.rows(), right.rows());
+    matrix.setFromTriplets(triplets.begin(), triplets.end());
+    matrix.makeCompressed();
+    Eigen::SparseLU<Eigen::SparseMatrix<double>, Eigen::COLAMDOrdering<int>> solver;
+    solver.analyzePattern(matrix);
+    solver.factorize(matrix);
+    positions.resize(right.rows(), 3);
+    for (int axis = 0; axis < 3 && solver.info() == Eigen::Success; ++axis) {
+        positions.col(axis) = solver.solve(Eigen::VectorXd(right.col(axis)));
+    }
+    return solver.info() == Eigen::Success ? SystemOutcome::solved : SystemOutcome::singular;
+}
 
 } // namespace
 
@@ -160,57 +190,30 @@ int PatchFairing::solve() {
     if (free.empty()) {
         return 0;
     }
-    const int unknowns = static_cast<int>(free.size());
     std::map<_vert*, int> ids;
     for (_vert* v : free) {
         if (!ids.emplace(v, static_cast<int>(ids.size())).second) {
             return -1;
         }
     }
-
-    Eigen::VectorXd bx = Eigen::VectorXd::Zero(unknowns);
-    Eigen::VectorXd by = Eigen::VectorXd::Zero(unknowns);
-    Eigen::VectorXd bz = Eigen::VectorXd::Zero(unknowns);
-    int id = 0;
+    const int unknowns = static_cast<int>(free.size());
+    Coordinates right = Coordinates::Zero(unknowns, 3);
     for (_vert* v : free) {
-        computeRow(v, id, bx[id], by[id], bz[id], 1.0, ids, 2);
-        ++id;
+        const int row = ids[v];
+        computeRow(v, row, right(row, 0), right(row, 1), right(row, 2), 1.0, ids, 2);
     }
-    std::vector<Eigen::Triplet<double>> triplets;
-    triplets.reserve(coefficients.size());
-    for (const auto& kv : coefficients) {
-        if (std::isinf(kv.second)) {
-            std::cout << "std::isinf(kv.second)\n";
-            return -1;
+    Coordinates positions;
+    const SystemOutcome outcome = solve_system(std::exchange(coefficients, {}), right, positions);
+    if (outcome == SystemOutcome::infinite_entry) {
+        std::cout << "std::isinf(kv.second)\n";
+        return -1;
+    }
+    if (outcome == SystemOutcome::solved) {
+        solution.reserve(free.size());
+        for (_vert* v : free) {
+            const auto p = positions.row(ids[v]).cast<float>();
+            solution.emplace_back(v, Vector(p[0], p[1], p[2]));
         }
-        triplets.emplace_back(kv.first.first, kv.first.second, kv.second);
-    }
-    coefficients.clear();
-
-    Eigen::SparseMatrix<double> matrix(unknowns, unknowns);
-    matrix.setFromTriplets(triplets.begin(), triplets.end());
-    matrix.makeCompressed();
-    // The rows carry their own areas: the matrix is not symmetric.
-    Eigen::SparseLU<Eigen::SparseMatrix<double>, Eigen::COLAMDOrdering<int>> solver;
-    solver.analyzePattern(matrix);
-    solver.factorize(matrix);
-    if (solver.info() != Eigen::Success) {
-        return 0;
-    }
-    const Eigen::VectorXd x = solver.solve(bx);
-    const bool x_solved = solver.info() == Eigen::Success;
-    const Eigen::VectorXd y = solver.solve(by);
-    const bool y_solved = solver.info() == Eigen::Success;
-    const Eigen::VectorXd z = solver.solve(bz);
-    if (!x_solved || !y_solved || solver.info() != Eigen::Success) {
-        return 0;
-    }
-    solution.reserve(free.size());
-    id = 0;
-    for (_vert* v : free) {
-        solution.emplace_back(v, Vector(static_cast<float>(x[id]), static_cast<float>(y[id]),
-                                        static_cast<float>(z[id])));
-        ++id;
     }
     return 0;
 }

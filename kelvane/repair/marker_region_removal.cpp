@@ -116,7 +116,7 @@ void RepairMarkers::DeleteMarkRegion() {
     std::vector<_vert*> ring;
     for (const Marker& marker : markers) {
         std::vector<int> hits;
-        if (finite(marker) && marker.radius >= 0.0f) {
+        if (finite(marker)) {
             hits = vertices_within(marker.x, marker.y, marker.z, marker.radius + markerSize);
         }
         selected.clear();

@@ -5,6 +5,8 @@
 
 #include <omp.h>
 
+#include <algorithm>
+
 namespace KVN {
 
 void RepairMarkers::MarkerRepairprocessing(int threads) {
@@ -57,7 +59,8 @@ void RepairMarkers::fill_holes(int threads) {
     const int holes = static_cast<int>(holePoints.size());
 #pragma omp parallel for schedule(static) num_threads(threads)
     for (int i = 0; i < holes; ++i) {
-        const int k = holeBoundaryCount[i];
+        // A whole-hole repair may have left fewer points than the border had.
+        const int k = std::min(holeBoundaryCount[i], static_cast<int>(holePoints[i].size()));
         std::vector<double> border(3 * static_cast<std::size_t>(k));
         for (int j = 0; j < k; ++j) {
             for (int axis = 0; axis < 3; ++axis) {

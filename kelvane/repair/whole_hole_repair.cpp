@@ -3,6 +3,7 @@
 #include "kelvane/repair/repair_markers.hpp"
 #include "kelvane/triangulator/hole_triangulator.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -47,7 +48,9 @@ int RepairMarkers::Repair_High_Resolution(int i) {
     }
     std::vector<double> border;
     border.reserve(holeBoundaryCount[i]);
-    for (int j = 0; j < holeBoundaryCount[i]; ++j) {
+    // The slot of a hole that was handled here before may hold fewer points than the border had.
+    const int k = std::min(holeBoundaryCount[i], static_cast<int>(holePoints[i].size()));
+    for (int j = 0; j < k; ++j) {
         append(border, holePoints[i][j]);
     }
     clear_hole_slot(i);
@@ -131,7 +134,8 @@ void RepairMarkers::Dataconvert(Mesh* source, int borderCount, std::vector<doubl
             append(triangles, corner->pos);
         }
     }
-    for (int j = 0; j < borderCount; ++j) {
+    const int listed = std::min(borderCount, source->vertices.total());
+    for (int j = 0; j < listed; ++j) {
         append(border, source->vertices.at(j).pos);
     }
 }

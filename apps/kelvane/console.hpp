@@ -1,0 +1,42 @@
+// What the command writes where: results to standard output, everything else to standard error.
+#pragma once
+
+#include "kelvane/kernel/mesh_build.hpp"
+#include "kelvane/toolkit/progress.hpp"
+
+#include <cstdint>
+#include <string>
+
+namespace kelvane_command {
+
+/// Writes a result and flushes. Throws SystemError if standard output takes no more.
+void print_result(const std::string& text);
+
+/// Writes "kelvane: " and `message` as one line, control characters replaced.
+void print_error(const std::string& message);
+
+/// Shows the progress of a job on standard error: a live bar on a terminal, a line per stage
+/// elsewhere, nothing if `quiet`. While it lives, an interrupt from the keyboard cancels the job; a
+/// second one ends the program.
+class ProgressDisplay {
+  public:
+    explicit ProgressDisplay(bool quiet);
+    ProgressDisplay(const ProgressDisplay&) = delete;
+    ProgressDisplay& operator=(const ProgressDisplay&) = delete;
+    ~ProgressDisplay();
+
+    KVN::toolkit::Progress& progress() { return progress_; }
+
+  private:
+    void show(KVN::toolkit::Stage stage, double done);
+
+    bool quiet_;
+    bool terminal_;
+    bool line_open_ = false; // the bar stands on a line without end
+    KVN::toolkit::Progress progress_;
+};
+
+/// "3 duplicate, 1 degenerate", or "" if no face was dropped.
+std::string dropped_faces(const Mesh_M::BuildReport& loaded, std::int64_t short_faces);
+
+} // namespace kelvane_command

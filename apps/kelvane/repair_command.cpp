@@ -1,0 +1,137 @@
+#include "commands.hpp"
+#include "console.hpp"
+
+#include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/marker_files.hpp"
+#include "kelvane/toolkit/marker_repair.hpp"
+#include "kelvane/toolkit/report_json.hpp"
+#include "kelvane/toolkit/scan_files.hpp"
+#include "kelvane/toolkit/text_file.hpp"
+
+#include <cstdio>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <string>
+
+namespace kelvane_command {
+
+namespace {
+
+using namespace KVN::toolkit;
+namespace fs = std::filesystem;
+
+struct Arguments {
+    std::string scan;
+    std::string markers;
+    std::string output;
+    std::string report;
+    RepairOptions options;
+    bool json = false;
+    bool quiet = false;
+    bool strict = false;
+};
+
+template <class... Values>
+std::string formatted(const char* format, Values... values) {
+    char line[256];
+    std::snprintf(line, sizeof line, format, values...);
+    return line;
+}
+
+std::string summary(const RepairReport& report) {
+    std::string text = "marker  border  vertices  faces  outcome\n";
+    for (std::size_t i = 0; i < report.markers.size(); ++i) {
+        const MarkerReport& m = report.markers[i];
+        text += formatted("%6zu  %6d  %8d  %5d  %s\n", i + 1, m.border_vertices, m.new_vertices,
+                          m.new_faces, describe(m.outcome));
+    }
+    text += formatted("%d of %zu markers repaired, cut %.3g beyond their radius\n",
+                      report.repaired(), report.markers.size(), report.marker_size);
+    text += formatted("vertices %lld -> %lld, faces %lld -> %lld, %.3f s with %d threads\n",
+                      static_cast<long long>(report.vertices_before),
+                      static_cast<long long>(report.vertices_after),
+                      static_cast<long long>(report.faces_before),
+                      static_cast<long long>(report.faces_after), report.seconds(), report.threads);
+    const std::string dropped = dropped_faces(report.loaded, report.short_faces);
+    return text + (dropped.empty() ? "" : "faces dropped: " + dropped + "\n");
+}
+
+/// What can be seen to fail is looked at before the work begins.
+void check_outputs(const Arguments& arguments) {
+    check_scan_output(arguments.output);
+    if (arguments.report.empty()) {
+        return;
+    }
+    check_output(arguments.report);
+    const fs::path report = fs::weakly_canonical(arguments.report);
+    for (const std::string& other : {arguments.scan, arguments.markers, arguments.output}) {
+        if (report == fs::weakly_canonical(other)) {
+            throw InputError(arguments.report +
+                             ": the report would overwrite another file of the run");
+        }
+    }
+}
+
+int repair(const Arguments& arguments) {
+    check_outputs(arguments);
+    Scan scan = read_scan(arguments.scan);
+    const std::vector<KVN::Marker> markers = read_markers(arguments.markers);
+    RepairReport report;
+    {
+        ProgressDisplay display(arguments.quiet);
+        report = repair_scan(scan, markers, arguments.options, &display.progress());
+        display.progress().check();
+        write_scan(arguments.output, scan);
+    }
+    if (!arguments.quiet) {
+        for (const std::string& line : report.diagnostics) {
+            std::cerr << line << '\n';
+        }
+    }
+    const bool needs_json = arguments.json || !arguments.report.empty();
+    const std::string json = needs_json ? to_json(report, markers, arguments.options) : "";
+    if (!arguments.report.empty()) {
+        write_text(arguments.report, json);
+    }
+    if (arguments.json) {
+        print_result(json);
+    } else if (!arguments.quiet) {
+        print_result(summary(report));
+    }
+    const bool all_repaired = report.repaired() == static_cast<int>(report.markers.size());
+    return arguments.strict && !all_repaired ? 1 : 0;
+}
+
+} // namespace
+
+void add_repair(CLI::App& app, int& status) {
+    auto arguments = std::make_shared<Arguments>();
+    CLI::App* command = app.add_subcommand("repair", "Remove markers and close their places");
+    command->add_option("scan", arguments->scan, "Scan: .ply, .stl, .obj or .off")->required();
+    command->add_option("--markers", arguments->markers, "x,y,z,nx,ny,nz,radius as CSV or JSON")
+        ->required();
+    command->add_option("--output", arguments->output, "Repaired scan; may be the scan itself")
+        ->required();
+    command->add_option("--marker-size", arguments->options.marker_size,
+                        "Added to each marker's radius for the cut (twice the mean edge)");
+    command->add_flag("--size-adjustable", arguments->options.size_adjustable,
+                      "Cut also what faces away by up to 135 degrees near a marker's plane, and "
+                      "let --resolution enlarge the marker size");
+    command->add_option("--resolution", arguments->options.resolution,
+                        "Mean point distance of the scan");
+    const std::map<std::string, Method> methods{
+        {"fast", Method::fast}, {"high", Method::high}, {"low", Method::low}};
+    command->add_option("--method", arguments->options.method, "fast, high or low")
+        ->transform(CLI::CheckedTransformer(methods));
+    command->add_option("--threads", arguments->options.threads, "Threads; 0 for all processors")
+        ->check(CLI::NonNegativeNumber);
+    command->add_option("--report", arguments->report, "Write the report to this JSON file");
+    command->add_flag("--json", arguments->json, "Print the report as JSON");
+    command->add_flag("--quiet", arguments->quiet, "No progress, diagnostics and table");
+    command->add_flag("--strict", arguments->strict, "End with 1 if a marker is left unrepaired");
+    command->callback([arguments, &status] { status = repair(*arguments); });
+}
+
+} // namespace kelvane_command

@@ -1,0 +1,58 @@
+# Libraries, headers, the command, and a package that find_package(kelvane CONFIG) understands:
+#
+#     find_package(kelvane CONFIG REQUIRED)                      # kelvane::kelvane
+#     find_package(kelvane CONFIG REQUIRED COMPONENTS toolkit)   # and kelvane::toolkit
+include(CMakePackageConfigHelpers)
+
+set(kelvane_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/kelvane")
+
+install(TARGETS mesh_kernel hole_filling kelvane EXPORT kelvaneTargets)
+install(EXPORT kelvaneTargets NAMESPACE kelvane:: DESTINATION "${kelvane_package_dir}")
+
+# Only what callers may include; the other headers are the sources' own.
+foreach(header
+        export.hpp
+        kernel/mesh_build.hpp
+        kernel/mesh_check.hpp
+        kernel/mesh_kernel.hpp
+        fill/hole_filling.hpp
+        patch/patch_fairing.hpp
+        repair/repair_markers.hpp
+        repair/run_observer.hpp
+        triangulator/hole_triangulator.hpp)
+    get_filename_component(folder "${header}" DIRECTORY)
+    install(FILES "${PROJECT_SOURCE_DIR}/kelvane/${header}"
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kelvane/${folder}")
+endforeach()
+
+if(TARGET toolkit)
+    install(TARGETS toolkit EXPORT kelvaneToolkitTargets)
+    install(EXPORT kelvaneToolkitTargets NAMESPACE kelvane:: DESTINATION "${kelvane_package_dir}")
+    install(DIRECTORY "${PROJECT_SOURCE_DIR}/kelvane/toolkit"
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kelvane"
+        FILES_MATCHING PATTERN "*.hpp"
+        PATTERN formats EXCLUDE
+        PATTERN output_capture.hpp EXCLUDE
+        PATTERN portable_random.hpp EXCLUDE
+        PATTERN run_access.hpp EXCLUDE)
+endif()
+if(TARGET kelvane_command)
+    install(TARGETS kelvane_command)
+endif()
+
+# A static library hands its private dependencies on to whoever links it.
+set(KELVANE_STATIC ON)
+if(BUILD_SHARED_LIBS)
+    set(KELVANE_STATIC OFF)
+endif()
+configure_package_config_file(
+    "${PROJECT_SOURCE_DIR}/cmake/kelvaneConfig.cmake.in"
+    "${PROJECT_BINARY_DIR}/kelvaneConfig.cmake"
+    INSTALL_DESTINATION "${kelvane_package_dir}"
+    NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file("${PROJECT_BINARY_DIR}/kelvaneConfigVersion.cmake"
+    COMPATIBILITY SameMinorVersion)
+install(FILES
+    "${PROJECT_BINARY_DIR}/kelvaneConfig.cmake"
+    "${PROJECT_BINARY_DIR}/kelvaneConfigVersion.cmake"
+    DESTINATION "${kelvane_package_dir}")

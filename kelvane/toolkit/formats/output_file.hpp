@@ -1,0 +1,43 @@
+// Output that appears under its name only when it is complete.
+#pragma once
+
+#include <cstddef>
+#include <filesystem>
+#include <string>
+#include <string_view>
+
+namespace KVN::toolkit {
+
+/// Collects what is written in a new file beside the target and renames it in commit(). Without a
+/// commit nothing is left and the target is as it was. A target that is a link is followed; one
+/// that is a device or pipe is written to directly. Every failure is a SystemError, a target that
+/// is a directory an InputError.
+class OutputFile {
+  public:
+    explicit OutputFile(const std::filesystem::path& target);
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+    ~OutputFile();
+
+    void write(const void* data, std::size_t size);
+    void write(std::string_view text) { write(text.data(), text.size()); }
+
+    /// The file that takes the data until commit(), for a writer that opens files by name.
+    const std::filesystem::path& path() const { return temporary_.empty() ? target_ : temporary_; }
+
+    /// Brings everything to the disk and puts the file in its place.
+    void commit();
+
+  private:
+    void open_beside();
+    void flush();
+    [[noreturn]] void refuse(int error) const;
+
+    std::string name_; // as the caller gave it, for messages
+    std::filesystem::path target_;
+    std::filesystem::path temporary_; // empty when the target is written to directly
+    int descriptor_ = -1;
+    std::string buffer_;
+};
+
+} // namespace KVN::toolkit

@@ -1,0 +1,263 @@
+#include "tests/core/core_access.hpp"
+
+#include <omp.h>
+
+namespace test {
+namespace {
+
+using KVN::PatchFairing;
+
+// A patch over vertices that are in the mesh already, all of them free.
+struct FreeVertices {
+    MyOFFDataNew patch;
+    std::vector<_vert*> vertices;
+
+    explicit FreeVertices(std::vector<_vert*> free) : vertices(std::move(free)) {
+        patch.points.resize(vertices.size());
+    }
+
+    int fair(Mesh& mesh) const { return PatchFairing(&mesh, patch, vertices, 0).fair(); }
+};
+
+std::vector<_vert*> block(const Mesh& mesh, int nx, const Rect& r) {
+    std::vector<_vert*> vertices;
+    for (int j = r.y0; j <= r.y1; ++j) {
+        for (int i = r.x0; i <= r.x1; ++i) {
+            vertices.push_back(vertex(mesh, j * (nx + 1) + i));
+        }
+    }
+    return vertices;
+}
+
+Eigen::Vector3d place(const _vert* v) {
+    return {v->pos.x, v->pos.y, v->pos.z};
+}
+
+// The same equations by another road: the whole mesh's Laplacian as a dense matrix from angles and
+// areas in double precision, squared, and solved for the free vertices.
+std::map<_vert*, Eigen::Vector3d> solve_densely(const Mesh& mesh, const std::vector<_vert*>& free) {
+    const int n = mesh.vertices.total();
+    Eigen::MatrixXd weights = Eigen::MatrixXd::Zero(n, n);
+    Eigen::VectorXd areas = Eigen::VectorXd::Zero(n);
+    for (int f = 0; f < mesh.faces.total(); ++f) {
+        const _face* t = face(mesh, f);
+        double angles[3], sides[3];
+        for (int k = 0; k < 3; ++k) {
+            const Eigen::Vector3d u = place(t->verts[(k + 1) % 3]) - place(t->verts[k]);
+            const Eigen::Vector3d v = place(t->verts[(k + 2) % 3]) - place(t->verts[k]);
+            angles[k] = std::acos(u.dot(v) / (u.norm() * v.norm()));
+            sides[k] = (v - u).norm(); // opposite corner k
+        }
+        const double area = 0.5 * sides[1] * sides[2] * std::sin(angles[0]);
+        const bool obtuse = *std::max_element(angles, angles + 3) > pi / 2;
+        for (int k = 0; k < 3; ++k) {
+            const int p = (k + 1) % 3, q = (k + 2) % 3;
+            const int a = t->verts[p]->index, b = t->verts[q]->index;
+            weights(a, b) += 1.0 / std::tan(angles[k]);
+            weights(b, a) = weights(a, b);
+            areas[t->verts[k]->index] += obtuse ? area / (angles[k] > pi / 2 ? 2.0 : 4.0)
+                                                : (sides[q] * sides[q] / std::tan(angles[q]) +
+                                                   sides[p] * sides[p] / std::tan(angles[p])) /
+                                                      8.0;
+        }
+    }
+    const Eigen::MatrixXd laplacian =
+        (0.5 * areas.cwiseInverse()).asDiagonal() *
+        (Eigen::MatrixXd(weights.rowwise().sum().asDiagonal()) - weights);
+    const Eigen::MatrixXd squared = laplacian * laplacian;
+    Eigen::MatrixXd positions(n, 3);
+    std::set<int> unknown;
+    for (int i = 0; i < n; ++i) {
+        positions.row(i) = place(vertex(mesh, i));
+    }
+    for (const _vert* v : free) {
+        unknown.insert(v->index);
+        positions.row(v->index).setZero();
+    }
+    const std::vector<int> rows(unknown.begin(), unknown.end());
+    const Eigen::MatrixXd fixed_part = squared * positions;
+    const Eigen::MatrixXd matrix = squared(rows, rows);
+    const Eigen::MatrixXd right_side = -fixed_part(rows, Eigen::all);
+    const Eigen::MatrixXd solved = matrix.partialPivLu().solve(right_side);
+    std::map<_vert*, Eigen::Vector3d> places;
+    for (std::size_t k = 0; k < rows.size(); ++k) {
+        places[vertex(mesh, rows[k])] = solved.row(static_cast<Eigen::Index>(k));
+    }
+    return places;
+}
+
+TEST(PatchFairing, SolvesTheBiLaplaceEquation) {
+    // One free vertex, a block, and two blocks with a gap that both equations reach across.
+    const std::vector<std::vector<Rect>> cases = {
+        {{6, 6, 6, 6}}, {{4, 4, 8, 8}}, {{3, 3, 5, 6}, {7, 3, 9, 6}}};
+    for (const std::vector<Rect>& blocks : cases) {
+        TestMesh arrays = bumpy_grid(12, 12, 1.0, 1.5, 9.0);
+        for (std::size_t i = 0; i < arrays.positions.size(); ++i) { // obtuse triangles as well
+            arrays.positions[i] += 0.35f * std::sin(12.9f * static_cast<float>(i));
+        }
+        const std::unique_ptr<Mesh> mesh = make_mesh(arrays);
+        std::vector<_vert*> free;
+        for (const Rect& r : blocks) {
+            const std::vector<_vert*> part = block(*mesh, 12, r);
+            free.insert(free.end(), part.rbegin(), part.rend());
+        }
+        // Corners of the grid have one face and no area; they are out of reach of the free ones.
+        const auto expected = solve_densely(*mesh, free);
+        EXPECT_EQ(FreeVertices(free).fair(*mesh), 0);
+        for (const auto& [v, goal] : expected) {
+            EXPECT_LT((place(v) - goal).norm(), 2e-4) << v->index;
+        }
+        int moved = 0;
+        for (int i = 0; i < mesh->vertices.total(); ++i) {
+            const std::size_t k = 3 * static_cast<std::size_t>(i);
+            moved +=
+                bits(vertex(*mesh, i)->pos) !=
+                bits(Point(arrays.positions[k], arrays.positions[k + 1], arrays.positions[k + 2]));
+        }
+        EXPECT_EQ(moved, static_cast<int>(free.size()));
+    }
+}
+
+TEST(PatchFairing, ReproducesAPlane) {
+    TestMesh arrays = height_grid(14, 14, 1.0, [](double x, double y) { return 0.5 * x - y; });
+    const std::unique_ptr<Mesh> mesh = make_mesh(arrays);
+    const std::vector<_vert*> free = block(*mesh, 14, {4, 4, 10, 10});
+    for (_vert* v : free) { // uneven within the plane
+        v->pos.x += 0.2f * std::sin(3.0f * static_cast<float>(v->index));
+        v->pos.z = 0.5f * v->pos.x - v->pos.y;
+    }
+    EXPECT_EQ(FreeVertices(free).fair(*mesh), 0);
+    for (const _vert* v : free) {
+        EXPECT_NEAR(v->pos.z, 0.5f * v->pos.x - v->pos.y, 1e-5);
+    }
+}
+
+// A flat fan of n fixed corners under a free vertex, with another ring around it.
+TEST(PatchFairing, PutsTheHubOfARegularFanIntoItsCentre) {
+    for (const int n : {3, 5, 6, 11}) {
+        TestMesh fan;
+        fan.add_vertex(0.0, 0.0, 0.7);
+        for (int ring = 1; ring <= 2; ++ring) {
+            for (int i = 0; i < n; ++i) {
+                const double angle = 2.0 * pi * i / n;
+                fan.add_vertex(ring * std::cos(angle), ring * std::sin(angle), 0.0);
+            }
+        }
+        for (int i = 0; i < n; ++i) {
+            const int next = (i + 1) % n;
+            fan.add_triangle(0, 1 + i, 1 + next);
+            fan.add_quad(1 + i, 1 + n + i, 1 + n + next, 1 + next);
+        }
+        const std::unique_ptr<Mesh> mesh = make_mesh(fan);
+        EXPECT_EQ(FreeVertices({vertex(*mesh, 0)}).fair(*mesh), 0);
+        EXPECT_LT(place(vertex(*mesh, 0)).norm(), 1e-6) << n;
+    }
+}
+
+TEST(PatchFairing, WeightsAndAreasOfSingleTriangles) {
+    struct Case {
+        double x, y;         // third corner over the base (0, 0) to (1, 0)
+        double weight, area; // of the base; of the third corner, in two such triangles
+    };
+    const Case cases[] = {
+        {0.0, 1.0, 1.0, 0.25},     // acute at the third corner, right angle at the first
+        {0.5, 0.5, 0.0, 0.25},     // right angle at the third corner
+        {0.5, 0.25, -0.75, 0.125}, // obtuse there: half of the triangle
+        {2.0, 0.5, 4.5, 0.125},    // obtuse elsewhere: a quarter
+        {0.5, 1e-3, -19.1, 5e-4},  // nearly 180 degrees
+        {50.0, 0.5, 19.1, 0.125},  // nearly 0
+        {3.0, 0.0, 0.0, 0.0},      // no triangle at all
+    };
+    for (const Case& c : cases) {
+        TestMesh arrays;
+        arrays.add_vertex(0, 0, 0);
+        arrays.add_vertex(1, 0, 0);
+        arrays.add_vertex(c.x, c.y, 0);
+        arrays.add_vertex(1, 0, 0);
+        arrays.add_vertex(0, 0, 0);
+        arrays.add_triangle(0, 1, 2);
+        arrays.add_triangle(4, 3, 2);
+        const std::unique_ptr<Mesh> mesh = make_mesh(arrays);
+        const FreeVertices none({});
+        PatchFairing fairing(mesh.get(), none.patch, none.vertices, 0);
+        _edge* base = mesh->vertices.find_edge(vertex(*mesh, 0), vertex(*mesh, 1));
+        const double tolerance = std::fabs(c.weight) == 19.1 ? 0.0 : 1e-6;
+        EXPECT_NEAR(fairing.edgeWeight(base), c.weight, tolerance) << c.x << " " << c.y;
+        EXPECT_NEAR(fairing.mixedArea(vertex(*mesh, 2)), c.area, 1e-7) << c.x << " " << c.y;
+        EXPECT_EQ(fairing.mixedArea(vertex(*mesh, 0)), 0.0); // one face
+    }
+    const FreeVertices none({});
+    const _edge bare;
+    EXPECT_EQ(PatchFairing(nullptr, none.patch, none.vertices, 0).edgeWeight(&bare), 0.0);
+}
+
+TEST(PatchFairing, MovesNothingWithoutFreeVertices) {
+    const std::unique_ptr<Mesh> mesh = make_mesh(planar_grid(4, 4));
+    const std::vector<std::uint32_t> before = fingerprint(*mesh);
+    FreeVertices none(block(*mesh, 4, {1, 1, 3, 3}));
+    none.patch.freeStart = 9;
+    EXPECT_EQ(none.fair(*mesh), 0);
+    none.patch.freeStart = 12;
+    EXPECT_EQ(none.fair(*mesh), 0);
+    EXPECT_EQ(FreeVertices({}).fair(*mesh), 0);
+    EXPECT_EQ(fingerprint(*mesh), before);
+}
+
+TEST(PatchFairing, RefusesInfiniteEntriesWithALine) {
+    const std::unique_ptr<Mesh> mesh = make_mesh(bumpy_grid(5, 5));
+    ASSERT_EQ(vertex(*mesh, 5)->faceCount, 1); // a corner with one face and so without an area
+    const std::vector<std::uint32_t> before = fingerprint(*mesh);
+    OutputCapture output;
+    EXPECT_EQ(FreeVertices({vertex(*mesh, 4), vertex(*mesh, 21)}).fair(*mesh), -1);
+    EXPECT_EQ(output.text(), "std::isinf(kv.second)\n");
+    EXPECT_EQ(fingerprint(*mesh), before);
+}
+
+// So large that the areas overflow to infinity: all weights and all entries vanish.
+TEST(PatchFairing, LeavesASingularSystemAloneWithoutAWord) {
+    TestMesh fan;
+    fan.add_vertex(0.0, 0.0, 0.0);
+    for (int i = 0; i < 3; ++i) {
+        fan.add_vertex(1e20 * std::cos(2.0 * pi * i / 3), 1e20 * std::sin(2.0 * pi * i / 3), 0.0);
+        fan.add_triangle(0, 1 + i, 1 + (i + 1) % 3);
+    }
+    const std::unique_ptr<Mesh> mesh = make_mesh(fan);
+    const std::vector<std::uint32_t> before = fingerprint(*mesh);
+    OutputCapture output;
+    EXPECT_EQ(FreeVertices({vertex(*mesh, 0)}).fair(*mesh), 0);
+    EXPECT_EQ(output.text(), "");
+    EXPECT_EQ(fingerprint(*mesh), before);
+}
+
+// Two patches side by side, each within the reach of the other's equations: neither their order nor
+// the number of threads may tell.
+TEST(PatchFairing, NeighbouringPatchesReadThePositionsOfTheInsertion) {
+    const int default_threads = omp_get_max_threads();
+    std::set<std::vector<std::uint32_t>> results;
+    for (const int threads : {1, 2, 8}) {
+        for (const bool swapped : {false, true}) {
+            const std::unique_ptr<Mesh> mesh = make_mesh(bumpy_grid(16, 12, 1.0, 1.0, 7.0));
+            RepairMarkers repair = repairer(*mesh);
+            std::vector<FreeVertices> patches = {
+                FreeVertices(block(*mesh, 16, {3, 3, 7, 8})),
+                FreeVertices(block(*mesh, 16, {8, 3, 12, 8})),
+            };
+            if (swapped) {
+                std::swap(patches[0], patches[1]);
+            }
+            for (const FreeVertices& p : patches) {
+                repair.patches.push_back(p.patch);
+                repair.patchVerts.push_back(p.vertices);
+            }
+            repair.holePoints.resize(2);
+            omp_set_num_threads(threads);
+            repair.fair_patches();
+            results.insert(fingerprint(*mesh));
+        }
+    }
+    omp_set_num_threads(default_threads);
+    EXPECT_EQ(results.size(), 1u);
+}
+
+} // namespace
+} // namespace test

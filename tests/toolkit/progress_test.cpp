@@ -1,0 +1,35 @@
+#include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/progress.hpp"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+using namespace KVN::toolkit;
+
+TEST(Progress, OnlyGrows) {
+    std::vector<double> told;
+    Progress progress([&](Stage, double done) { told.push_back(done); });
+    progress.begin(Stage::fill);
+    progress.begin(Stage::build); // too late: not told
+    progress.begin(Stage::fill);  // again: not told
+    progress.begin(Stage::output);
+    EXPECT_LT(progress.fraction(), 1.0);
+    progress.finish();
+    progress.finish();
+    progress.begin(Stage::output);
+    ASSERT_EQ(told.size(), 3U);
+    EXPECT_LT(told[0], told[1]);
+    EXPECT_LT(told[1], told[2]);
+    EXPECT_EQ(told[2], 1.0);
+    EXPECT_EQ(progress.fraction(), 1.0);
+}
+
+TEST(Progress, CancelIsSeenByTheNextCheck) {
+    Progress progress;
+    progress.begin(Stage::build);
+    EXPECT_NO_THROW(progress.check());
+    progress.cancel();
+    EXPECT_TRUE(progress.cancelled());
+    EXPECT_THROW(progress.check(), Cancelled);
+}

@@ -1,0 +1,219 @@
+#include "toolkit_support.hpp"
+
+#include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/portable_random.hpp"
+#include "kelvane/toolkit/scan_files.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <cstring>
+#include <limits>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+using namespace KVN::toolkit;
+
+namespace {
+
+bool same_bits(const std::vector<float>& a, const std::vector<float>& b) {
+    return a.size() == b.size() && std::memcmp(a.data(), b.data(), 4 * a.size()) == 0;
+}
+
+template <class T>
+void put(std::string& bytes, T value, bool big_endian = false) {
+    char raw[sizeof(T)];
+    std::memcpy(raw, &value, sizeof(T));
+    if (big_endian) {
+        std::reverse(raw, raw + sizeof(T));
+    }
+    bytes.append(raw, sizeof(T));
+}
+
+/// A binary PLY file of `scan` with foreign properties and an element that nobody knows.
+template <class Coordinate>
+std::string foreign_ply(const Scan& scan, bool big_endian) {
+    const std::string type = sizeof(Coordinate) == 8 ? "double" : "float";
+    std::string bytes = "ply\nformat ";
+    bytes += big_endian ? "binary_big_endian" : "binary_little_endian";
+    bytes += " 1.0\ncomment made by hand\nelement vertex " + std::to_string(scan.vertex_count()) +
+             "\nproperty uchar quality\nproperty " + type + " x\nproperty " + type +
+             " y\nproperty " + type + " z\nproperty float confidence\nelement face " +
+             std::to_string(scan.face_count()) +
+             "\nproperty uchar flag\nproperty list uchar int vertex_index\n"
+             "element edge 1\nproperty int vertex1\nend_header\n";
+    for (std::size_t v = 0; v < scan.vertex_count(); ++v) {
+        put<std::uint8_t>(bytes, 7);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            put<Coordinate>(bytes, scan.positions[3 * v + axis], big_endian);
+        }
+        put(bytes, 0.5F, big_endian);
+    }
+    for (std::size_t f = 0; f < scan.face_count(); ++f) {
+        put<std::uint8_t>(bytes, 1);
+        put<std::uint8_t>(bytes, 3);
+        for (std::size_t c = 0; c < 3; ++c) {
+            put(bytes, scan.triangles[3 * f + c], big_endian);
+        }
+    }
+    put<std::int32_t>(bytes, 1, big_endian);
+    return bytes;
+}
+
+const std::string text_header = "ply\nformat ascii 1.0\nelement vertex 4\nproperty float x\n"
+                                "property float y\nproperty float z\nelement face ";
+const std::string text_rest = "\nproperty list uchar int vertex_indices\nend_header\n"
+                              "0 0 0\n1 0 0\n1 1 0\n0 1 0\n";
+
+} // namespace
+
+// STL reorders vertices by first use; the square's are in that order already.
+TEST(ScanFiles, EveryFormatBringsTheBitsBack) {
+    const test::Folder folder;
+    const Scan scan = test::square();
+    for (const char* name : {"a.ply", "a.PLY", "a.stl", "a.obj", "a.off"}) {
+        write_scan(folder / name, scan);
+        const Scan read = read_scan(folder / name);
+        EXPECT_EQ(read.triangles, scan.triangles) << name;
+        EXPECT_TRUE(same_bits(read.positions, scan.positions)) << name;
+        EXPECT_EQ(read.short_faces, 0) << name;
+    }
+}
+
+TEST(ScanFiles, PlyOfEitherByteOrderAndWidth) {
+    const test::Folder folder;
+    const Scan scan = test::square();
+    const std::string files[] = {foreign_ply<float>(scan, false), foreign_ply<float>(scan, true),
+                                 foreign_ply<double>(scan, false), foreign_ply<double>(scan, true)};
+    for (const std::string& bytes : files) {
+        const Scan read = read_scan(folder.put("a.ply", bytes));
+        EXPECT_EQ(read.triangles, scan.triangles);
+        EXPECT_TRUE(same_bits(read.positions, scan.positions));
+    }
+}
+
+// Text with more digits than a float has is rounded once, to the nearest float; a lone colour
+// channel, which PCL puts where x belongs, is refused rather than believed.
+TEST(ScanFiles, TextIsRoundedRightAndNeverMixedUp) {
+    const test::Folder folder;
+    PortableRandom random(11);
+    for (const char* name : {"a.ply", "a.obj"}) {
+        std::string text = "ply\nformat ascii 1.0\nelement vertex 999\nproperty float x\n"
+                           "property float y\nproperty float z\nelement face 1\n"
+                           "property list uchar int vertex_indices\nend_header\n";
+        const bool is_ply = std::string(name) == "a.ply";
+        text = is_ply ? text : "";
+        std::vector<float> expected;
+        for (int i = 0; i < 999; ++i) {
+            text += is_ply ? "" : "v";
+            for (int axis = 0; axis < 3; ++axis) {
+                char digits[40];
+                std::snprintf(digits, sizeof digits, " %.17g", random.normal() * 100.0);
+                text += digits;
+                expected.push_back(std::strtof(digits, nullptr));
+            }
+            text += "\n";
+        }
+        const Scan read = read_scan(folder.put(name, text + (is_ply ? "3 0 1 2\n" : "f 1 2 3\n")));
+        EXPECT_TRUE(same_bits(read.positions, expected)) << name;
+    }
+    const std::string lone =
+        "ply\nformat ascii 1.0\nelement vertex 3\nproperty uchar red\n"
+        "property float x\nproperty float y\nproperty float z\nelement face 1\n"
+        "property list uchar int vertex_indices\nend_header\n"
+        "9 0 0 0\n9 1 0 0\n9 0 1 0\n3 0 1 2\n";
+    EXPECT_THROW(read_scan(folder.put("a.ply", lone)), InputError);
+}
+
+TEST(ScanFiles, UnusedAndNotFiniteVerticesStayInPlace) {
+    const test::Folder folder;
+    Scan scan = test::square();
+    scan.positions[3] = std::numeric_limits<float>::quiet_NaN();
+    scan.positions[4] = -std::numeric_limits<float>::infinity();
+    scan.positions.insert(scan.positions.begin(), {9.0F, 9.0F, 9.0F}); // used by no face
+    scan.triangles = {1, 2, 3, 1, 3, 4};
+    for (const char* name : {"a.ply", "a.off"}) {
+        write_scan(folder / name, scan);
+        const Scan read = read_scan(folder / name);
+        ASSERT_EQ(read.positions.size(), scan.positions.size()) << name;
+        EXPECT_EQ(read.triangles, scan.triangles) << name;
+        EXPECT_TRUE(std::isnan(read.positions[6])) << name;
+        EXPECT_EQ(read.positions[7], scan.positions[7]) << name;
+        EXPECT_EQ(read.positions[0], 9.0F) << name;
+    }
+}
+
+TEST(ScanFiles, PolygonsBecomeFansAndShortFacesAreCounted) {
+    const test::Folder folder;
+    const std::vector<std::int32_t> fan{0, 1, 2, 0, 2, 3};
+    const std::pair<const char*, std::string> files[] = {
+        {"a.ply", text_header + "3" + text_rest + "2 0 1\n4 0 1 2 3\n1 3\n"},
+        {"a.off", "OFF # a comment\n4 3 0\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n2 0 1\n4 0 1 2 3\n1 3\n"},
+        {"a.obj", "o thing\nv 0 0 0\nv 1 0 0\nvt 0 0\nv 1 1 0\nv 0 1 0\nf 1 2\n"
+                  "f 1/1 2/1 3/1 -1/1\nf 4\n"}};
+    for (const auto& [name, bytes] : files) {
+        const Scan read = read_scan(folder.put(name, bytes));
+        EXPECT_EQ(read.triangles, fan) << name;
+        EXPECT_EQ(read.short_faces, 2) << name;
+    }
+}
+
+TEST(ScanFiles, StlCornersAreWeldedWhereTheyAreEqual) {
+    const test::Folder folder;
+    const std::string facet = "facet normal 0 0 1\nouter loop\n";
+    const std::string end = "endloop\nendfacet\n";
+    const Scan read = read_scan(folder.put(
+        "a.stl", "solid part\n" + facet + "vertex 0 0 0\nvertex 1 0 0\nvertex 1 1 0\n" + end +
+                     facet + "vertex 0 0 0\nvertex 1 1 0\nvertex 0 1.0e0 0\n" + end + facet +
+                     "vertex 0 0 0\nvertex 0 0 0\nvertex 1 1 0\n" + end + "endsolid part\n"));
+    EXPECT_EQ(read.vertex_count(), 4U);
+    EXPECT_EQ(read.triangles, (std::vector<std::int32_t>{0, 1, 2, 0, 2, 3}));
+    EXPECT_EQ(read.short_faces, 1);
+}
+
+TEST(ScanFiles, FailedWriteKeepsTheOldFileAndLeavesNothing) {
+    const test::Folder folder;
+    Scan large;
+    for (int i = 0; i < 30000; ++i) {
+        large.positions.insert(large.positions.end(), {float(i), 1.0F, 2.0F});
+    }
+    large.triangles = {0, 1, 2};
+    rlimit before{};
+    getrlimit(RLIMIT_FSIZE, &before);
+    auto* const old_handler = std::signal(SIGXFSZ, SIG_IGN);
+    for (const char* name : {"a.ply", "a.obj", "a.off"}) {
+        folder.put(name, "old");
+        const std::size_t entries = folder.entries();
+        const rlimit small{100000, before.rlim_max}; // stands for a full disk
+        setrlimit(RLIMIT_FSIZE, &small);
+        EXPECT_THROW(write_scan(folder / name, large), SystemError) << name;
+        setrlimit(RLIMIT_FSIZE, &before);
+        EXPECT_EQ(test::content(folder / name), "old") << name;
+        EXPECT_EQ(folder.entries(), entries) << name;
+    }
+    std::signal(SIGXFSZ, old_handler);
+}
+
+TEST(ScanFiles, LinksAreFollowedAndRightsAreKept) {
+    const test::Folder folder;
+    const test::fs::path target = folder.put("real.ply", "old");
+    ::chmod(target.c_str(), 0640);
+    test::fs::create_symlink("real.ply", folder / "link.ply");
+    write_scan(folder / "link.ply", test::square());
+    EXPECT_TRUE(test::fs::is_symlink(folder / "link.ply"));
+    EXPECT_EQ(read_scan(target).triangles, test::square().triangles);
+    struct stat state {};
+    ::stat(target.c_str(), &state);
+    EXPECT_EQ(state.st_mode & 0777U, 0640U);
+}
+
+TEST(ScanFiles, OutputThatCannotBeIsRefusedBeforehand) {
+    const test::Folder folder;
+    EXPECT_THROW(check_scan_output(folder / "a.xyz"), InputError);
+    EXPECT_THROW(check_scan_output(folder / "missing" / "a.ply"), SystemError);
+    test::fs::create_directory(folder / "dir.ply");
+    EXPECT_THROW(check_scan_output(folder / "dir.ply"), InputError);
+    check_scan_output(folder / "a.ply");
+    EXPECT_EQ(folder.entries(), 1U);
+}
