@@ -1,0 +1,47 @@
+// One scan repaired by every method and by the peer, each result measured.
+#pragma once
+
+#include "marked_scan.hpp"
+#include "patch_metrics.hpp"
+#include "peer_fill.hpp"
+
+#include "kelvane/toolkit/marker_repair.hpp"
+
+#include <string>
+#include <vector>
+
+namespace KVN::bench {
+
+/// How a marker is accounted for: on a closed hole, on the scan's rim, or not closed at all.
+enum class Place { interior, rim, open };
+
+struct MethodRun {
+    std::string name;
+    bool present = true;       ///< false: the peer, where it is not installed
+    std::vector<Place> places; ///< one per marker
+    std::vector<bool> shared;  ///< its hole ran together with that of another marker
+    RepairMetrics metrics;
+    double fill_seconds = 0; ///< from the search of the holes to the last fairing
+    double run_seconds = 0;  ///< from arrays to arrays; 0 for the peer
+    std::vector<std::string> notes;
+};
+
+/// What all runs on one scan have in common.
+struct ScanRuns {
+    std::string name;
+    int faces = 0;
+    double edge = 0;                ///< mean edge length of the scan
+    double margin = 0;              ///< as used
+    std::vector<MethodRun> methods; ///< fast, high, low, peer
+};
+
+/// The scan without the regions of its markers, cut by the library itself.
+RepairedMesh cut_scan(const TriangleMesh& scan, const std::vector<Marker>& markers, double margin);
+
+/// The holes that the cut has made inside the scan, each as the edges that the cut has opened, by
+/// their vertices in `cut`. What the cut took off the scan's rim is no hole and is left out.
+std::vector<HoleBorder> hole_borders(const TriangleMesh& scan, const RepairedMesh& cut);
+
+ScanRuns run_methods(const MarkedScan& scan, int threads);
+
+} // namespace KVN::bench

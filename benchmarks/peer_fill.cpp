@@ -1,0 +1,108 @@
+#include "peer_fill.hpp"
+
+#ifdef KELVANE_WITH_CGAL
+
+#include "stopwatch.hpp"
+
+#include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/Polygon_mesh_processing/triangulate_hole.h>
+#include <CGAL/Surface_mesh.h>
+
+#include <iterator>
+
+namespace KVN::bench {
+
+namespace {
+
+using Kernel = CGAL::Exact_predicates_inexact_constructions_kernel;
+using PeerMesh = CGAL::Surface_mesh<Kernel::Point_3>;
+
+PeerMesh peer_mesh(const TriangleMesh& mesh, int& refused) {
+    PeerMesh result;
+    result.reserve(mesh.vertices(), 3 * mesh.vertices(), mesh.faces());
+    for (int v = 0; v < mesh.vertices(); ++v) {
+        const Vector3d p = mesh.vertex(v);
+        result.add_vertex({p.x(), p.y(), p.z()});
+    }
+    using Index = PeerMesh::Vertex_index;
+    for (int f = 0; f < mesh.faces(); ++f) {
+        const auto t = mesh.face(f);
+        refused += result.add_face(Index(t[0]), Index(t[1]), Index(t[2])) == PeerMesh::null_face();
+    }
+    return result;
+}
+
+PeerMesh::Halfedge_index border_halfedge(const PeerMesh& mesh, std::pair<int, int> ends) {
+    using Index = PeerMesh::Vertex_index;
+    auto h = mesh.halfedge(Index(ends.first), Index(ends.second));
+    if (h != PeerMesh::null_halfedge() && !mesh.is_border(h)) {
+        h = mesh.opposite(h);
+    }
+    return h != PeerMesh::null_halfedge() && mesh.is_border(h) ? h : PeerMesh::null_halfedge();
+}
+
+RepairedMesh from_peer(const PeerMesh& mesh, const RepairedMesh& cut) {
+    RepairedMesh result;
+    result.origin = cut.origin;
+    result.origin.resize(mesh.number_of_vertices(), -1);
+    for (const auto v : mesh.vertices()) {
+        const auto& p = mesh.point(v);
+        result.mesh.add_vertex({p.x(), p.y(), p.z()});
+    }
+    for (const auto f : mesh.faces()) {
+        const auto h = mesh.halfedge(f);
+        result.mesh.add_face(mesh.source(h), mesh.target(h), mesh.target(mesh.next(h)));
+    }
+    return result;
+}
+
+} // namespace
+
+bool peer_available() {
+    return true;
+}
+
+PeerResult fill_with_peer(const RepairedMesh& cut, const std::vector<HoleBorder>& borders) {
+    PeerResult result;
+    Stopwatch watch;
+    PeerMesh mesh = peer_mesh(cut.mesh, result.refused_faces);
+    result.build_seconds = watch.seconds();
+    std::vector<PeerMesh::Face_index> faces;
+    std::vector<PeerMesh::Vertex_index> vertices;
+    for (const HoleBorder& border : borders) {
+        for (const auto& edge : border) {
+            const auto h = border_halfedge(mesh, edge);
+            if (h == PeerMesh::null_halfedge()) {
+                continue; // filled by way of an earlier edge
+            }
+            watch.restart();
+            const auto outcome = CGAL::Polygon_mesh_processing::triangulate_refine_and_fair_hole(
+                mesh, h, std::back_inserter(faces), std::back_inserter(vertices));
+            result.fill_seconds += watch.seconds();
+            if (!std::get<0>(outcome)) {
+                break;
+            }
+            ++result.filled;
+        }
+    }
+    result.repaired = from_peer(mesh, cut);
+    return result;
+}
+
+} // namespace KVN::bench
+
+#else
+
+namespace KVN::bench {
+
+bool peer_available() {
+    return false;
+}
+
+PeerResult fill_with_peer(const RepairedMesh&, const std::vector<HoleBorder>&) {
+    return {};
+}
+
+} // namespace KVN::bench
+
+#endif
