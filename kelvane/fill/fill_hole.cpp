@@ -1,0 +1,35 @@
+#include "kelvane/fill/hole_filling.hpp"
+#include "kelvane/fill/patch_builder.hpp"
+
+namespace Mesh_M {
+
+int Orbrel::fillHoleWithoutFair(const std::vector<double>& border, MyOFFDataNew& patch) {
+    std::vector<fill::Point> loop;
+    if (!fill::readBorder(border, loop)) {
+        return -1;
+    }
+    fill::Patch built;
+    if (!fill::buildPatch(loop, built)) {
+        return -2;
+    }
+    MyOFFDataNew result;
+    result.points.reserve(built.points.size());
+    for (const fill::Point& point : built.points) {
+        MyPoint3 entry;
+        std::copy(point.data(), point.data() + 3, entry.p);
+        result.points.push_back(entry);
+    }
+    result.faces.reserve(built.triangles.size());
+    for (const fill::Triangle& triangle : built.triangles) {
+        MyFace face;
+        std::copy(triangle.begin(), triangle.end(), face.t_idx);
+        result.faces.push_back(face);
+    }
+    result.borderCount = built.borderCount;
+    result.freeStart = built.borderCount;
+    result.innerCount = static_cast<int>(built.points.size()) - built.borderCount;
+    patch = std::move(result);
+    return 0;
+}
+
+} // namespace Mesh_M

@@ -1,0 +1,286 @@
+#include "kelvane/fill/height_model.hpp"
+
+#include <Eigen/Eigenvalues>
+#include <Eigen/LU>
+#include <Eigen/QR>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace Mesh_M::fill {
+
+namespace {
+
+constexpr int freeDegree = 2;
+const int freeTerms = DiscPolynomials::termCount(freeDegree);
+constexpr int robustRounds = 5;
+// Student-t likelihood with this many degrees of freedom (Lange, Little & Taylor 1989).
+constexpr double tailFreedom = 5.0;
+// From the median absolute deviation to the standard deviation of a normal law.
+constexpr double medianToDeviation = 1.4826;
+
+// How the prior's standard deviation falls from degree to degree.
+struct Fall {
+    bool rough;
+    double value;
+
+    // Smooth surfaces: a constant factor next to the square root of a factorial, as in the Taylor
+    // series of a Gaussian process. Rough ones: a power of the degree, as in a fractal spectrum.
+    double step(int degree) const {
+        return rough ? std::pow((degree - 1.0) / degree, value)
+                     : value / std::sqrt(static_cast<double>(degree));
+    }
+};
+
+constexpr Fall falls[] = {{false, 0.05}, {false, 0.1}, {false, 0.2}, {false, 0.3}, {false, 0.5},
+                          {false, 0.8},  {true, 1.5},  {true, 2.0},  {true, 2.5}};
+
+double median(std::vector<double> values) {
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+Eigen::VectorXd outlierWeights(const Eigen::VectorXd& residuals, double resolution) {
+    const Eigen::VectorXd sizes = residuals.cwiseAbs();
+    const double middle = median(std::vector<double>(sizes.data(), sizes.data() + sizes.size()));
+    const double spread = std::max(medianToDeviation * middle, resolution);
+    return ((tailFreedom + 1.0) / (tailFreedom + (residuals / spread).array().square()))
+        .min(1.0)
+        .matrix();
+}
+
+} // namespace
+
+double ArcExcess::operator()(const Eigen::Vector2d& place) const {
+    const Eigen::Vector2d offset = place - centre;
+    const Eigen::Vector2d turn = curvature * offset;
+    // Past about 75 degrees of slope the circle is left for its tangent paraboloid.
+    const double root = std::sqrt(std::max(0.06, 1.0 - turn.squaredNorm()));
+    return offset.dot(turn) * (1.0 / (1.0 + root) - 0.5);
+}
+
+// The likelihood of one prior in the eigenbasis of its part of the design: a sum over eigenvalues for
+// each noise ratio instead of a factorisation. Restricted likelihood: Patterson & Thompson 1971.
+struct HeightModel::Evidence {
+    Eigen::VectorXd scale; // prior standard deviation per prior term
+    Eigen::VectorXd eigenvalues;
+    Eigen::MatrixXd eigenvectors;
+    Eigen::VectorXd projected; // samples in the eigenbasis, times the singular values
+    double length = 0.0;       // squared length of the samples beyond the free terms
+    double freedom = 1.0;      // count of samples beyond the free terms
+
+    Evidence(const Eigen::MatrixXd& block, const Fall& fall, const DiscPolynomials& basis,
+             double count)
+        : scale(block.cols()), freedom(count) {
+        double deviation = 1.0;
+        for (int k = 0, last = freeDegree; k < scale.size(); ++k) {
+            const int degree = basis.degreeOf(freeTerms + k);
+            if (degree != last)
+                deviation *= fall.step(degree);
+            last = degree;
+            scale[k] = deviation;
+        }
+        const Eigen::MatrixXd scaled = block * scale.asDiagonal();
+        const Eigen::SelfAdjointEigenSolver<Eigen::MatrixXd> solver(scaled.transpose() * scaled);
+        eigenvalues = solver.eigenvalues().cwiseMax(0.0);
+        eigenvectors = solver.eigenvectors();
+    }
+
+    void take(const Eigen::MatrixXd& block, const Eigen::VectorXd& samples, double tail) {
+        projected = eigenvectors.transpose() *
+                    scale.cwiseProduct(block.transpose() * samples.head(block.rows()));
+        length = samples.squaredNorm() + tail;
+    }
+
+    double top() const { return std::max(eigenvalues.maxCoeff(), 1e-300); }
+
+    double variance(double ratio, double floor) const {
+        const double explained =
+            (projected.array().square() / (eigenvalues.array() + ratio)).sum();
+        return std::max((length - explained) / freedom, floor);
+    }
+
+    // Minus twice the logarithm of the likelihood, up to a constant.
+    double cost(double ratio, double floor) const {
+        return freedom * std::log(variance(ratio, floor)) +
+               (eigenvalues.array() / ratio).log1p().sum();
+    }
+
+    Eigen::VectorXd solution(double ratio) const {
+        const Eigen::VectorXd damped =
+            (projected.array() / (eigenvalues.array() + ratio)).matrix();
+        return scale.cwiseProduct(eigenvectors * damped);
+    }
+};
+
+// Average over all candidates by their likelihood (Hoeting, Madigan, Raftery & Volinsky 1999).
+struct HeightModel::Mixture {
+    struct Entry {
+        double cost;
+        Eigen::VectorXd prior;
+        double arc;
+        double variance;
+        bool rough;
+    };
+    std::vector<Entry> entries;
+    double best = std::numeric_limits<double>::infinity();
+
+    void scan(const Evidence& evidence, double arc, bool rough, double floor) {
+        // Exact samples want the least ratio, samples without structure the greatest.
+        for (double exponent = -12.0; exponent <= 4.0; exponent += 0.25) {
+            const double ratio = evidence.top() * std::pow(10.0, exponent);
+            const double cost = evidence.cost(ratio, floor);
+            if (!(cost < best + negligible))
+                continue;
+            best = std::min(best, cost);
+            entries.push_back(
+                {cost, evidence.solution(ratio), arc, evidence.variance(ratio, floor), rough});
+        }
+    }
+
+    // Weights below 0.1 % of the best one's are left out.
+    static constexpr double negligible = 13.8;
+};
+
+void HeightModel::placeDisc(const std::vector<Eigen::Vector2d>& places,
+                            const std::vector<Eigen::Vector2d>& domain, int samples) {
+    Eigen::Vector2d low = places.front();
+    Eigen::Vector2d high = places.front();
+    for (const auto* list : {&places, &domain})
+        for (const Eigen::Vector2d& p : *list) {
+            low = low.cwiseMin(p);
+            high = high.cwiseMax(p);
+        }
+    const Eigen::Vector2d centre = 0.5 * (low + high);
+    double radius = 0.0;
+    for (const auto* list : {&places, &domain})
+        for (const Eigen::Vector2d& p : *list)
+            radius = std::max(radius, (p - centre).norm());
+    int degree = freeDegree + 1;
+    while (degree < DiscPolynomials::greatestDegree &&
+           DiscPolynomials::termCount(degree + 1) <= samples)
+        ++degree;
+    basis_ = DiscPolynomials(centre, radius > 0.0 ? radius : 1.0, degree);
+}
+
+// The curvatures of the samples: a quadric is fitted to what the arcs leave of the heights, until it
+// agrees with them. False if the surface turns too far for arcs over this plane.
+bool HeightModel::fitArc(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
+                         const Eigen::VectorXd& weights) {
+    constexpr int rounds = 6;
+    arc_ = {basis_.centre(), Eigen::Matrix2d::Zero()};
+    const auto count = static_cast<Eigen::Index>(places.size());
+    Eigen::MatrixXd quadric(count, freeTerms);
+    for (Eigen::Index i = 0; i < count; ++i) {
+        const Eigen::Vector2d x = places[static_cast<std::size_t>(i)] - arc_.centre;
+        quadric.row(i) << 1.0, x.x(), x.y(), 0.5 * x.x() * x.x(), x.x() * x.y(), 0.5 * x.y() * x.y();
+    }
+    const Eigen::VectorXd roots = weights.cwiseSqrt();
+    const Eigen::ColPivHouseholderQR<Eigen::MatrixXd> qr(roots.asDiagonal() * quadric);
+    if (qr.rank() < freeTerms)
+        return false;
+    Eigen::VectorXd rest(count);
+    for (int round = 0; round < rounds; ++round) {
+        for (Eigen::Index i = 0; i < count; ++i)
+            rest[i] = roots[i] * (heights[i] - arc_(places[static_cast<std::size_t>(i)]));
+        const Eigen::VectorXd c = qr.solve(rest);
+        arc_.curvature << c[3], c[4], c[4], c[5];
+    }
+    const double greatestTurn = arc_.curvature.norm() * basis_.radius();
+    return std::isfinite(greatestTurn) && greatestTurn < 1.2;
+}
+
+bool HeightModel::fit(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
+                      const std::vector<Eigen::Vector2d>& domain, double resolution) {
+    const auto count = static_cast<Eigen::Index>(places.size());
+    if (count < DiscPolynomials::termCount(freeDegree + 1))
+        return false;
+    placeDisc(places, domain, static_cast<int>(count));
+    Eigen::MatrixXd design(count, basis_.terms());
+    for (Eigen::Index i = 0; i < count; ++i)
+        design.row(i) = basis_(places[static_cast<std::size_t>(i)]).transpose();
+
+    Eigen::VectorXd weights = Eigen::VectorXd::Ones(count);
+    for (int round = 0; round < robustRounds; ++round) {
+        const bool mayArc = fitArc(places, heights, weights);
+        Eigen::VectorXd excess(count);
+        for (Eigen::Index i = 0; i < count; ++i)
+            excess[i] = arc_(places[static_cast<std::size_t>(i)]);
+        if (!solve(design, heights, excess, weights, mayArc))
+            return false;
+        const Eigen::VectorXd residuals = heights - arcShare_ * excess - design * coefficients_;
+        const Eigen::VectorXd next = outlierWeights(residuals, resolution);
+        const double change = (next - weights).cwiseAbs().maxCoeff();
+        if (change < 0.02)
+            break;
+        weights = next;
+    }
+    return true;
+}
+
+bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& heights,
+                        const Eigen::VectorXd& excess, const Eigen::VectorXd& weights,
+                        bool mayArc) {
+    const Eigen::Index count = design.rows();
+    const Eigen::Index terms = design.cols();
+    const Eigen::Index priorTerms = terms - freeTerms;
+    const Eigen::VectorXd roots = weights.cwiseSqrt();
+    const Eigen::HouseholderQR<Eigen::MatrixXd> qr(roots.asDiagonal() * design);
+    Eigen::MatrixXd samples(count, 2);
+    samples << roots.cwiseProduct(heights), roots.cwiseProduct(excess);
+    samples.applyOnTheLeft(qr.householderQ().transpose());
+    const Eigen::MatrixXd upper = qr.matrixQR().topRows(terms).triangularView<Eigen::Upper>();
+    const Eigen::MatrixXd block = upper.bottomRightCorner(priorTerms, priorTerms);
+    const auto freeBlock = upper.topLeftCorner(freeTerms, freeTerms).triangularView<Eigen::Upper>();
+    const double least = upper.diagonal().head(freeTerms).cwiseAbs().minCoeff();
+    if (!(least > 1e-6 * std::sqrt(static_cast<double>(count))))
+        return false; // the samples lie on one line or one conic
+
+    // Single-precision samples cannot be met better than this.
+    const double floor = std::pow(1e-9 * basis_.radius(), 2);
+    Mixture mixture;
+    for (const Fall& fall : falls) {
+        Evidence evidence(block, fall, basis_, static_cast<double>(count - freeTerms));
+        for (int arc = 0; arc <= (mayArc ? 1 : 0); ++arc) {
+            const Eigen::VectorXd target = samples.col(0) - arc * samples.col(1);
+            evidence.take(block, target.segment(freeTerms, priorTerms),
+                          target.tail(count - terms).squaredNorm());
+            mixture.scan(evidence, arc, fall.rough, floor);
+        }
+    }
+    Eigen::VectorXd prior = Eigen::VectorXd::Zero(priorTerms);
+    double total = 0.0;
+    double variance = 0.0;
+    arcShare_ = 0.0;
+    roughness_ = 0.0;
+    for (const Mixture::Entry& entry : mixture.entries) {
+        if (entry.cost > mixture.best + Mixture::negligible)
+            continue;
+        const double weight = std::exp(-0.5 * (entry.cost - mixture.best));
+        total += weight;
+        prior += weight * entry.prior;
+        arcShare_ += weight * entry.arc;
+        roughness_ += entry.rough ? weight : 0.0;
+        variance += weight * entry.variance;
+    }
+    if (!(total > 0.0))
+        return false;
+    prior /= total;
+    arcShare_ /= total;
+    roughness_ /= total;
+    noise_ = std::sqrt(variance / total);
+    const Eigen::VectorXd target = samples.col(0) - arcShare_ * samples.col(1);
+    coefficients_.resize(terms);
+    coefficients_.tail(priorTerms) = prior;
+    coefficients_.head(freeTerms) = freeBlock.solve(
+        target.head(freeTerms) - upper.topRightCorner(freeTerms, priorTerms) * prior);
+    return coefficients_.allFinite() && std::isfinite(noise_);
+}
+
+double HeightModel::operator()(const Eigen::Vector2d& place) const {
+    return basis_(place).dot(coefficients_) + arcShare_ * arc_(place);
+}
+
+} // namespace Mesh_M::fill

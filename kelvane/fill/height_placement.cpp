@@ -1,0 +1,308 @@
+#include "kelvane/fill/height_placement.hpp"
+
+#include "kelvane/fill/height_model.hpp"
+#include "kelvane/fill/residual_field.hpp"
+
+#include <Eigen/SparseCholesky>
+#include <Eigen/SparseCore>
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <set>
+
+namespace Mesh_M::fill {
+
+namespace {
+
+using Place = Eigen::Vector2d;
+
+struct Frame {
+    Point origin;
+    Point x;
+    Point y;
+    Point normal;
+
+    Place place(const Point& p) const { return {(p - origin).dot(x), (p - origin).dot(y)}; }
+    double height(const Point& p) const { return (p - origin).dot(normal); }
+    Point lift(const Place& place, double height) const {
+        return origin + place.x() * x + place.y() * y + height * normal;
+    }
+};
+
+// The learnt surface: trend and local correction.
+struct Field {
+    HeightModel trend;
+    ResidualField correction;
+
+    double operator()(const Place& place) const { return trend(place) + correction(place); }
+};
+
+// The mean plane of all surfaces over the border. False for a border that encloses no area.
+bool makeFrame(const HoleScene& scene, Frame& frame) {
+    frame.origin = Point::Zero();
+    double length = 0.0;
+    for (std::size_t i = 0; i < scene.border.size(); ++i) {
+        const auto a = static_cast<std::size_t>(scene.border[i]);
+        const auto b = static_cast<std::size_t>(scene.border[(i + 1) % scene.border.size()]);
+        frame.origin += scene.points[a] / static_cast<double>(scene.border.size());
+        length += (scene.points[b] - scene.points[a]).norm();
+    }
+    const Point area = areaVector(scene);
+    if (!(area.norm() > 1e-3 * length * length))
+        return false;
+    frame.normal = area.normalized();
+    frame.x = frame.normal.unitOrthogonal();
+    frame.y = frame.normal.cross(frame.x);
+    return true;
+}
+
+double meanBorderEdge(const HoleScene& scene) {
+    // The median: one long edge may close an open chain.
+    std::vector<double> lengths;
+    for (std::size_t i = 0; i < scene.border.size(); ++i) {
+        const auto a = static_cast<std::size_t>(scene.border[i]);
+        const auto b = static_cast<std::size_t>(scene.border[(i + 1) % scene.border.size()]);
+        lengths.push_back((scene.points[b] - scene.points[a]).norm());
+    }
+    const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
+    std::nth_element(lengths.begin(), middle, lengths.end());
+    return *middle;
+}
+
+// Points of the surroundings that lie on triangles which face the frame's way. Empty if a good part
+// of the surface does not.
+std::vector<int> collectSamples(const HoleScene& scene, const Frame& frame) {
+    constexpr double leastCosine = 0.25;
+    constexpr double greatestHiddenShare = 0.25;
+    double total = 0.0;
+    double hidden = 0.0;
+    std::set<int> samples(scene.border.begin(), scene.border.end());
+    for (const Triangle& t : scene.surroundings) {
+        const Point& a = scene.points[static_cast<std::size_t>(t[0])];
+        const Point& b = scene.points[static_cast<std::size_t>(t[1])];
+        const Point& c = scene.points[static_cast<std::size_t>(t[2])];
+        const Point cross = (b - a).cross(c - a);
+        const double area = cross.norm();
+        total += area;
+        if (cross.dot(frame.normal) > leastCosine * area)
+            samples.insert(t.begin(), t.end());
+        else
+            hidden += area;
+    }
+    if (hidden > greatestHiddenShare * total)
+        samples.clear();
+    return {samples.begin(), samples.end()};
+}
+
+double signedArea(const std::vector<Place>& places, const Triangle& t) {
+    const Place& a = places[static_cast<std::size_t>(t[0])];
+    const Place ab = places[static_cast<std::size_t>(t[1])] - a;
+    const Place ac = places[static_cast<std::size_t>(t[2])] - a;
+    return ab.x() * ac.y() - ab.y() * ac.x();
+}
+
+// The image of the patch in the plane and who neighbours whom.
+class PlanePatch {
+  public:
+    PlanePatch(const HoleScene& scene, const Frame& frame)
+        : scene_(scene), places(scene.points.size()), around_(scene.points.size()) {
+        for (std::size_t v = 0; v < places.size(); ++v)
+            places[v] = frame.place(scene.points[v]);
+        for (std::size_t f = 0; f < scene.patch.size(); ++f)
+            for (const int v : scene.patch[f])
+                around_[static_cast<std::size_t>(v)].push_back(static_cast<int>(f));
+    }
+
+    const std::vector<int>& around(std::size_t v) const { return around_[v]; }
+
+    // Triangles of fixed points only are not ours to judge.
+    bool isUnfolded() const {
+        return std::all_of(scene_.patch.begin(), scene_.patch.end(), [&](const Triangle& t) {
+            const bool movable = scene_.movable[static_cast<std::size_t>(t[0])] ||
+                                 scene_.movable[static_cast<std::size_t>(t[1])] ||
+                                 scene_.movable[static_cast<std::size_t>(t[2])];
+            return !movable || signedArea(places, t) > 0.0;
+        });
+    }
+
+    // Every movable point to the mean of its neighbours (Tutte 1963): never folded over a convex
+    // border, and seldom over another.
+    bool embed() {
+        std::vector<int> unknown(places.size(), -1);
+        int unknowns = 0;
+        for (std::size_t v = 0; v < places.size(); ++v)
+            if (scene_.movable[v])
+                unknown[v] = unknowns++;
+        std::vector<Eigen::Triplet<double>> entries;
+        Eigen::MatrixXd right = Eigen::MatrixXd::Zero(unknowns, 2);
+        for (const Triangle& t : scene_.patch)
+            for (int c = 0; c < 3; ++c)
+                for (int other = 1; other < 3; ++other) {
+                    const int row = unknown[static_cast<std::size_t>(t[c])];
+                    if (row < 0)
+                        continue;
+                    const auto neighbour = static_cast<std::size_t>(t[(c + other) % 3]);
+                    entries.emplace_back(row, row, 1.0);
+                    if (unknown[neighbour] >= 0)
+                        entries.emplace_back(row, unknown[neighbour], -1.0);
+                    else
+                        right.row(row) += places[neighbour].transpose();
+                }
+        Eigen::SparseMatrix<double> matrix(unknowns, unknowns);
+        matrix.setFromTriplets(entries.begin(), entries.end());
+        const Eigen::SimplicialLDLT<Eigen::SparseMatrix<double>> solver(matrix);
+        if (solver.info() != Eigen::Success)
+            return false;
+        const Eigen::MatrixXd solution = solver.solve(right);
+        if (!solution.allFinite())
+            return false;
+        for (std::size_t v = 0; v < places.size(); ++v)
+            if (unknown[v] >= 0)
+                places[v] = solution.row(unknown[v]).transpose();
+        return true;
+    }
+
+  private:
+    const HoleScene& scene_;
+
+  public:
+    std::vector<Place> places;
+
+  private:
+    std::vector<std::vector<int>> around_;
+};
+
+// The samples nearest to the border; the correction needs no others and costs their cube.
+std::vector<std::size_t> nearBorder(const HoleScene& scene, const std::vector<int>& samples) {
+    constexpr std::size_t greatest = 150;
+    std::vector<std::pair<double, std::size_t>> order;
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const Point& p = scene.points[static_cast<std::size_t>(samples[i])];
+        double nearest = (p - scene.points[static_cast<std::size_t>(scene.border[0])]).squaredNorm();
+        for (const int v : scene.border)
+            nearest = std::min(nearest,
+                               (p - scene.points[static_cast<std::size_t>(v)]).squaredNorm());
+        order.emplace_back(nearest, i);
+    }
+    std::sort(order.begin(), order.end());
+    if (order.size() > greatest)
+        order.resize(greatest);
+    std::vector<std::size_t> result;
+    for (const auto& entry : order)
+        result.push_back(entry.second);
+    return result;
+}
+
+bool learn(const HoleScene& scene, const Frame& frame, const std::vector<Place>& domain,
+           Field& field) {
+    // Deviations below this share of an edge are no sign of an outlier.
+    constexpr double resolutionShare = 1e-3;
+    const std::vector<int> samples = collectSamples(scene, frame);
+    const double edge = meanBorderEdge(scene);
+    std::vector<Place> places;
+    Eigen::VectorXd heights(static_cast<Eigen::Index>(samples.size()));
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const Point& p = scene.points[static_cast<std::size_t>(samples[i])];
+        places.push_back(frame.place(p));
+        heights[static_cast<Eigen::Index>(i)] = frame.height(p);
+    }
+    if (!field.trend.fit(places, heights, domain, resolutionShare * edge))
+        return false;
+
+    std::vector<Place> near;
+    std::vector<double> residuals;
+    for (const std::size_t i : nearBorder(scene, samples)) {
+        near.push_back(places[i]);
+        residuals.push_back(heights[static_cast<Eigen::Index>(i)] - field.trend(places[i]));
+    }
+    field.correction.fit(
+        near,
+        Eigen::Map<const Eigen::VectorXd>(residuals.data(),
+                                          static_cast<Eigen::Index>(residuals.size())),
+        edge);
+    return true;
+}
+
+// 1 for an equilateral triangle, 0 for a degenerate one.
+double shape(const std::vector<Point>& points, const Triangle& t) {
+    const Point& a = points[static_cast<std::size_t>(t[0])];
+    const Point& b = points[static_cast<std::size_t>(t[1])];
+    const Point& c = points[static_cast<std::size_t>(t[2])];
+    const double squares =
+        (b - a).squaredNorm() + (c - b).squaredNorm() + (a - c).squaredNorm();
+    return squares > 0.0 ? 2.0 * std::sqrt(3.0) * (b - a).cross(c - a).norm() / squares : 0.0;
+}
+
+double worstShape(const HoleScene& scene, const PlanePatch& plane, std::size_t v) {
+    double worst = 1.0;
+    for (const int f : plane.around(v)) {
+        const Triangle& t = scene.patch[static_cast<std::size_t>(f)];
+        worst = std::min(worst, signedArea(plane.places, t) > 0.0 ? shape(scene.points, t) : -1.0);
+    }
+    return worst;
+}
+
+// Smart Laplacian smoothing on the surface (Freitag 1997): a point goes towards the centre of its
+// triangles, by area, if the worst of them gains.
+void slide(HoleScene& scene, PlanePatch& plane, const Frame& frame, const Field& field) {
+    constexpr int sweeps = 8;
+    for (int sweep = 0; sweep < sweeps; ++sweep)
+        for (std::size_t v = 0; v < scene.points.size(); ++v) {
+            if (!scene.movable[v])
+                continue;
+            Point centre = Point::Zero();
+            double weight = 0.0;
+            Point normal = Point::Zero();
+            for (const int f : plane.around(v)) {
+                const Triangle& t = scene.patch[static_cast<std::size_t>(f)];
+                const Point& a = scene.points[static_cast<std::size_t>(t[0])];
+                const Point& b = scene.points[static_cast<std::size_t>(t[1])];
+                const Point& c = scene.points[static_cast<std::size_t>(t[2])];
+                const Point cross = (b - a).cross(c - a);
+                centre += cross.norm() * (a + b + c) / 3.0;
+                weight += cross.norm();
+                normal += cross;
+            }
+            if (!(weight > 0.0) || !(normal.norm() > 0.0))
+                continue;
+            normal.normalize();
+            Point step = centre / weight - scene.points[v];
+            step -= step.dot(normal) * normal;
+            const double before = worstShape(scene, plane, v);
+            const Place oldPlace = plane.places[v];
+            const Point oldPoint = scene.points[v];
+            plane.places[v] = frame.place(oldPoint + step);
+            scene.points[v] = frame.lift(plane.places[v], field(plane.places[v]));
+            if (worstShape(scene, plane, v) > before)
+                continue;
+            plane.places[v] = oldPlace;
+            scene.points[v] = oldPoint;
+        }
+}
+
+} // namespace
+
+bool placeOnHeightField(HoleScene& scene, double& roughness) {
+    Frame frame;
+    if (!makeFrame(scene, frame))
+        return false;
+    PlanePatch plane(scene, frame);
+    if (!plane.isUnfolded() && !(plane.embed() && plane.isUnfolded()))
+        return false;
+    std::vector<Place> domain;
+    for (const Triangle& t : scene.patch)
+        for (const int v : t)
+            domain.push_back(plane.places[static_cast<std::size_t>(v)]);
+    Field field;
+    if (!learn(scene, frame, domain, field))
+        return false;
+    for (std::size_t v = 0; v < scene.points.size(); ++v)
+        if (scene.movable[v])
+            scene.points[v] = frame.lift(plane.places[v], field(plane.places[v]));
+    slide(scene, plane, frame, field);
+    roughness = field.trend.roughness();
+    return true;
+}
+
+} // namespace Mesh_M::fill

@@ -1,0 +1,14 @@
+// Evens out the inner points of a disc.
+#pragma once
+
+#include "kelvane/fill/disc_mesh.hpp"
+
+namespace Mesh_M::fill {
+
+/// Moves every inner point once towards the weighted centre of its triangles, in which triangles
+/// that are large for their wished size weigh more; moves take effect at once. Repeated, this evens
+/// out the triangles and draws the points towards a membrane over the loop; with `keepShape` points
+/// slide within their tangent planes only. No triangle is folded over that was not so before.
+void relaxPoints(DiscMesh& mesh, bool keepShape);
+
+} // namespace Mesh_M::fill
