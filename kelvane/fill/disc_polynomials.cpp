@@ -50,4 +50,8 @@ Eigen::VectorXd DiscPolynomials::operator()(const Eigen::Vector2d& place) const 
     return orthonormal_.triangularView<Eigen::Lower>() * products(place);
 }
 
+Eigen::VectorXd DiscPolynomials::toProducts(const Eigen::VectorXd& coefficients) const {
+    return orthonormal_.triangularView<Eigen::Lower>().transpose() * coefficients;
+}
+
 } // namespace Mesh_M::fill

@@ -28,8 +28,14 @@ class DiscPolynomials {
     /// The values of all terms at a place; places outside of the disc are allowed.
     Eigen::VectorXd operator()(const Eigen::Vector2d& place) const;
 
-  private:
+    /// Coefficients of the terms as coefficients of the products that the terms are made of, with
+    /// which a sum of all terms costs one scalar product.
+    Eigen::VectorXd toProducts(const Eigen::VectorXd& coefficients) const;
+
+    /// The products themselves at a place.
     Eigen::VectorXd products(const Eigen::Vector2d& place) const;
+
+  private:
 
     Eigen::Vector2d centre_ = Eigen::Vector2d::Zero();
     double radius_ = 1.0;

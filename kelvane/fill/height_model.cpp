@@ -217,6 +217,7 @@ bool HeightModel::fit(const std::vector<Eigen::Vector2d>& places, const Eigen::V
             break;
         weights = next;
     }
+    folded_ = basis_.toProducts(coefficients_);
     return true;
 }
 
@@ -280,7 +281,7 @@ bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& he
 }
 
 double HeightModel::operator()(const Eigen::Vector2d& place) const {
-    return basis_(place).dot(coefficients_) + arcShare_ * arc_(place);
+    return basis_.products(place).dot(folded_) + arcShare_ * arc_(place);
 }
 
 } // namespace Mesh_M::fill

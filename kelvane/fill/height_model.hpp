@@ -55,6 +55,7 @@ class HeightModel {
     double arcShare_ = 0.0;
     double roughness_ = 0.0;
     Eigen::VectorXd coefficients_;
+    Eigen::VectorXd folded_; ///< the same for the basis' products
     double noise_ = 0.0;
 };
 

@@ -175,7 +175,7 @@ class PlanePatch {
 
 // The samples nearest to the border; the correction needs no others and costs their cube.
 std::vector<std::size_t> nearBorder(const HoleScene& scene, const std::vector<int>& samples) {
-    constexpr std::size_t greatest = 150;
+    constexpr std::size_t greatest = 100;
     std::vector<std::pair<double, std::size_t>> order;
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const Point& p = scene.points[static_cast<std::size_t>(samples[i])];

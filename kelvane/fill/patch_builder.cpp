@@ -32,6 +32,7 @@ void refine(DiscMesh& mesh, const std::vector<double>& sizes, bool keepShape) {
         relaxPoints(mesh, keepShape);
         refiner.flipEdges();
     }
+    mendFlatTriangles(mesh);
 }
 
 /// The similarity between the caller's coordinates and those that stages work in: the centre of the
@@ -109,7 +110,7 @@ bool buildPatch(const std::vector<Point>& border, Patch& patch) {
     }
     refine(mesh, borderSizes(unit.points), false);
     unit = mesh.extract();
-    bulgePatch(unit);
+    guessSurface(unit);
 
     // What is checked are the coordinates that the caller gets, after their rounding.
     Patch result = unit;

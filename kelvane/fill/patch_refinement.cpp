@@ -21,6 +21,9 @@ constexpr double leastHeight = 0.25;
 /// A collapse may turn a triangle by the angle of this cosine.
 constexpr double leastTurnCosine = 0.2;
 
+/// Height over longest edge at which a triangle counts as flat.
+constexpr double flatRatio = 1e-9;
+
 /// More inner points than this per border point stand for sizes that went astray.
 constexpr int pointsPerBorderPoint = 64;
 
@@ -68,6 +71,15 @@ double PatchRefiner::ratio(int h) const {
     return 2.0 * (mesh.points[a] - mesh.points[b]).norm() / (mesh.sizes[a] + mesh.sizes[b]);
 }
 
+/// Whether the triangle of h has next to no area.
+bool PatchRefiner::isFlat(int h) const {
+    const Point& corner = mesh.points[mesh.origin(h)];
+    const Point along = mesh.points[mesh.target(h)] - corner;
+    const Point across = mesh.points[mesh.apex(h)] - corner;
+    return along.cross(across).norm() <=
+           flatRatio * std::max(along.squaredNorm(), across.squaredNorm());
+}
+
 int PatchRefiner::bisect(int h) {
     const int a = mesh.origin(h), b = mesh.target(h);
     return mesh.split(h, 0.5 * (mesh.points[a] + mesh.points[b]),
@@ -77,6 +89,13 @@ int PatchRefiner::bisect(int h) {
 /// Longest edges first, restoring the Delaunay property after each: every new point then lies well
 /// away from all others, however thin the triangles were at the start.
 void PatchRefiner::bisectLongEdges() {
+    EdgeFlipper flipper(mesh, false);
+    for (int h = 0; h < mesh.halfEdgeCount(); ++h) {
+        if (isFlat(h)) { // points put there would coincide or align; elsewhere the shape is kept
+            flipper.suspect(h);
+        }
+    }
+    flipper.run();
     std::priority_queue<LongEdge> open;
     const auto enter = [&](int h) {
         if (ratio(h) > longRatio && mayBisect(h)) {
@@ -88,7 +107,6 @@ void PatchRefiner::bisectLongEdges() {
             enter(h);
         }
     }
-    EdgeFlipper flipper(mesh, false);
     while (!open.empty() && mesh.points.size() < pointLimit) {
         const LongEdge edge = open.top();
         open.pop();
@@ -154,9 +172,9 @@ void PatchRefiner::cutChords() {
     if (mesh.borderCount() == 3) {
         return;
     }
-    const int end = mesh.halfEdgeCount();
-    for (int h = 0; h < end; ++h) {
-        if (mesh.isUsed(h) && h < mesh.twin(h) && mesh.isChord(h)) {
+    // A split may move both halves of another chord to new places, at the end.
+    for (int h = 0; h < mesh.halfEdgeCount(); ++h) {
+        if (mesh.isUsed(h) && mesh.isChord(h)) {
             field.addPoint(bisect(h));
         }
     }

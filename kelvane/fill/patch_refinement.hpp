@@ -22,6 +22,7 @@ class PatchRefiner {
 
   private:
     double ratio(int h) const;
+    bool isFlat(int h) const;
     int bisect(int h);
     bool mayBisect(int h) const;
     bool leavesHeight(int h) const;

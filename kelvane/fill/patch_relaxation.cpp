@@ -11,6 +11,10 @@ namespace {
 /// not further; one that is smaller or folded over already may only grow.
 constexpr double leastShare = 0.02;
 
+/// Triangles of less height, relative to their longest edge, are to be mended.
+constexpr double flatRatio = 1e-3;
+constexpr int mendingSweeps = 4;
+
 /// The triangles around one point. The object is reused, so that its storage is.
 class Ring {
   public:
@@ -19,6 +23,9 @@ class Ring {
     /// as wished; the square pulls towards the largest triangle, which evens out faster than the
     /// area.
     Point weightedCentre() const;
+    Point plainCentre() const;
+    /// Height over longest edge of the flattest triangle if the middle were at `position`.
+    double flattest(const Point& position) const;
     /// The least triangle if the middle were at `position`, along the area vector.
     double leastTriangle(const Point& position) const;
 
@@ -61,6 +68,25 @@ Point Ring::weightedCentre() const {
     return weights > 0.0 ? Point(position + centre / (3.0 * weights)) : position;
 }
 
+Point Ring::plainCentre() const {
+    Point sum = Point::Zero();
+    for (const Side& side : sides) {
+        sum += side.a;
+    }
+    return sum / static_cast<double>(sides.size());
+}
+
+double Ring::flattest(const Point& middle) const {
+    double least = std::numeric_limits<double>::max();
+    for (const Side& side : sides) {
+        const Point toA = side.a - middle, toB = side.b - middle;
+        const double longest =
+            std::max({toA.squaredNorm(), toB.squaredNorm(), (side.b - side.a).squaredNorm()});
+        least = std::min(least, longest > 0.0 ? toA.cross(toB).norm() / longest : 0.0);
+    }
+    return least;
+}
+
 double Ring::leastTriangle(const Point& middle) const {
     double least = std::numeric_limits<double>::max();
     for (const Side& side : sides) {
@@ -90,6 +116,37 @@ void relaxPoints(DiscMesh& mesh, bool keepShape) {
                 mesh.points[point] = moved;
                 break;
             }
+        }
+    }
+}
+
+void mendFlatTriangles(DiscMesh& mesh) {
+    Ring ring;
+    for (int sweep = 0; sweep < mendingSweeps; ++sweep) {
+        bool moved = false;
+        for (int point = mesh.borderCount(); point < mesh.pointCount(); ++point) {
+            if (!mesh.isAlive(point)) {
+                continue;
+            }
+            ring.gather(mesh, point);
+            double best = ring.flattest(ring.position);
+            if (best > flatRatio) {
+                continue;
+            }
+            const Point plain = ring.plainCentre(), weighted = ring.weightedCentre();
+            for (const Point& candidate :
+                 {weighted, plain, Point(0.5 * (weighted + plain)),
+                  Point(0.5 * (ring.position + plain)), Point(1.5 * plain - 0.5 * ring.position)}) {
+                const double quality = ring.flattest(candidate);
+                if (quality > best) {
+                    best = quality;
+                    mesh.points[point] = candidate;
+                    moved = true;
+                }
+            }
+        }
+        if (!moved) {
+            return;
         }
     }
 }

@@ -5,10 +5,11 @@
 
 namespace Mesh_M::fill {
 
-/// Bulges a membrane over a nearly flat loop, along the loop's normal, by the mean curvature that
-/// the raggedness of the loop tells of: where the loop bends inwards and outwards, its points lie
-/// on the surface at different distances from the middle. Does nothing where the loop does not tell
-/// enough.
-void bulgePatch(Patch& patch);
+/// Lifts the inner points of a patch over a nearly flat, roundish loop onto a membrane with a
+/// bulge. The membrane follows from the loop alone; the bulge is the mean curvature that the
+/// raggedness of the loop tells of: where it bends in and out, its points lie on the surface at
+/// different distances from the middle. The nearer the patch lies to the surface, the truer are the
+/// lengths and angles that a later fairing works with. Other loops leave the patch as it is.
+void guessSurface(Patch& patch);
 
 } // namespace Mesh_M::fill

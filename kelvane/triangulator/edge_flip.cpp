@@ -115,7 +115,6 @@ bool HoleTriangulator::flip_edge(_edge* e) {
     for (_vert* v : {a, b, c, d}) {
         mesh->vertices.R_cal_vector(v);
     }
-    ++connectivityChanges;
     return true;
 }
 

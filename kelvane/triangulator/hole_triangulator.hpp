@@ -91,8 +91,6 @@ class HoleTriangulator {
     /// boundary edges has at most 0.19 n^2 faces, so this only stops what one wild coordinate
     /// starts.
     std::int64_t faceLimit;
-    /// Splits, collapses and flips made so far.
-    std::int64_t connectivityChanges = 0;
 };
 
 } // namespace KVN

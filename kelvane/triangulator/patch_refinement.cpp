@@ -206,7 +206,6 @@ int HoleTriangulator::split_at_centroid(_face* face, MemS::Point3v<float> centro
         }
     }
     mesh->faces.dele_face(face);
-    ++connectivityChanges;
 
     const int change = mesh->faces.liveCount - before;
     if (change == 2) {

@@ -81,16 +81,9 @@ void HoleTriangulator::remesh_patch() {
     const float lmin = static_cast<float>(static_cast<double>(length) * collapse_factor);
 
     for (int cycle = 0; cycle < cycles; ++cycle) {
-        const std::int64_t changesBefore = connectivityChanges;
         split_long_edges(lmax);
         collapse_short_edges(lmin);
         flip_for_valence();
-        // The relaxation depends on the connectivity and the kept positions only. A cycle that
-        // changed no connection would find the positions that stand already, and so would all
-        // cycles after it.
-        if (cycle > 0 && connectivityChanges == changesBefore) {
-            return;
-        }
         relax_patch();
     }
 }
@@ -123,7 +116,6 @@ void HoleTriangulator::split_edge(_edge* e) {
     MemS::Point3v<float> middle(midpoint(p.x, q.x), midpoint(p.y, q.y), midpoint(p.z, q.z));
     _vert* const hub = mesh->vertices.insert_vert(middle);
     hub->flags = 0;
-    ++connectivityChanges;
 
     // Both are read first: with its first face the edge loses its entry.
     _face* const faces[2] = {e->faces[0], faceCount == 2 ? e->faces[1] : nullptr};
@@ -178,7 +170,6 @@ void HoleTriangulator::collapse_edge(_edge* e) {
     _face* const sides[2] = {e->faces[0], e->faces[1]};
     mesh->faces.dele_face(sides[0]);
     mesh->faces.dele_face(sides[1]);
-    ++connectivityChanges;
 
     // A deletion moves the last entry of the list into the vacated slot and leaves it in its old
     // slot as well. Reading on to the first count so meets every face, past the current count.

@@ -41,6 +41,10 @@ TEST(PatchRefinement, SplitsOnlyIfAllCornersAgree) {
     EXPECT_EQ(LoneTriangle().split(0.82f, 0.82f, 0.82f), 0);
     EXPECT_EQ(LoneTriangle().split(0.1f, 0.1f, 0.82f), 0);
     EXPECT_EQ(LoneTriangle().split(0.1f, nan, 0.1f), 0);
+    LoneTriangle low; // the reach of its third corner, 0.28, is below the mean size
+    low.v(2)->pos.y = 0.3f;
+    EXPECT_EQ(low.split(0.7f, 0.7f, 0.27f), 0);
+    EXPECT_EQ(low.split(0.25f, 0.25f, 0.27f), 2);
 }
 
 TEST(PatchRefinement, ASplitSetsSizeFlagsAndNormal) {

@@ -37,34 +37,15 @@ TEST(PatchRelaxation, AgreesWithADenseLeastSquaresSolve) {
     hole->refine_patch(faces);
     const Eigen::MatrixXd expected = dense_solution(*hole.mesh, 60, 30);
     ASSERT_GT(expected.rows(), 30);
+    for (int i = 60; i < hole.mesh->vertices.total(); ++i) {
+        hole.v(i)->pos.z += 7.0f; // where a free vertex stood does not matter
+    }
     hole->relax_patch();
     for (int i = 0; i < expected.rows(); ++i) {
         EXPECT_NEAR(hole.v(60 + i)->pos.x, expected(i, 0), 1e-5);
         EXPECT_NEAR(hole.v(60 + i)->pos.y, expected(i, 1), 1e-5);
         EXPECT_NEAR(hole.v(60 + i)->pos.z, expected(i, 2), 1e-5);
     }
-}
-
-TEST(PatchRelaxation, ALoneFreeVertexGoesToTheMeanUnlessTheBoundaryPulls) {
-    const auto relaxed_height = [](int loop) {
-        TestMesh fan; // a ring with heights 0 to 5 around vertex 6
-        for (int i = 0; i < 6; ++i) {
-            fan.add_vertex(std::cos(i * pi / 3), std::sin(i * pi / 3), i);
-            fan.add_triangle(i, (i + 1) % 6, 6);
-        }
-        fan.add_vertex(0.3, 0.2, 50.0);
-        Hole hole(fan, loop);
-        hole.v(6)->flags = 0;
-        hole->relax_patch();
-        const MemS::Point3v<float> first = hole.v(6)->pos;
-        hole.v(6)->pos = {9, 9, 9}; // where it stood must not matter
-        hole->relax_patch();
-        EXPECT_TRUE(same(first, hole.v(6)->pos));
-        return first.z;
-    };
-    EXPECT_NEAR(relaxed_height(0), 2.5, 1e-6);
-    // Rows 6 z = 15 and, at vertex 0 of height 0 with its neighbours 1 and 5, z = -6.
-    EXPECT_NEAR(relaxed_height(1), (6.0 * 15.0 - 6.0) / 37.0, 1e-6);
 }
 
 TEST(PatchRelaxation, AFailedFactorisationMovesNothing) {

@@ -33,7 +33,7 @@ std::string outcome_of(const Mesh& mesh, RepairMarkers repair) {
         text << "hole of " << size << ", ";
     }
     text << check.boundary_edges << " boundary edges, Euler characteristic "
-         << check.live_vertices - check.live_edges + check.live_faces;
+         << check.live_vertices - check.live_edges + check.live_faces << '.';
     return text.str();
 }
 
@@ -49,7 +49,7 @@ TEST(MarkerRepairprocessing, ClosesInteriorRimAndOverlappingMarkers) {
     const auto mesh = make_mesh(plate.arrays);
     RepairMarkers repair = run(*mesh, plate.markers);
     const std::string outcome = outcome_of(*mesh, repair);
-    EXPECT_NE(outcome.find("Euler characteristic 1"), std::string::npos) << outcome;
+    EXPECT_NE(outcome.find("Euler characteristic 1."), std::string::npos) << outcome;
     EXPECT_EQ(repair.holeIsChain, (std::vector<char>{0, 1, 0}));
     EXPECT_EQ(repair.holeMarkers, (std::vector<int>{0, 1, 2}));
     EXPECT_EQ(repair.sharedHoles, (std::vector<int>{-1, -1, -1, 2}));
@@ -81,7 +81,8 @@ TEST(MarkerRepairprocessing, ClosesInteriorRimAndOverlappingMarkers) {
         }
         if (i >= old_vertices) { // near the wave that the plate had there
             const double wave = 0.8 * std::sin(0.3 * v->pos.x) * std::cos(0.25 * v->pos.y);
-            EXPECT_NEAR(v->pos.z, wave, 0.05) << i;
+            // A chord closes the hole in the rim, and the plate curves away from it.
+            EXPECT_NEAR(v->pos.z, wave, v->pos.y < 4.0f ? 0.15 : 0.03) << i;
             EXPECT_EQ(v->tag, 0xFFFF0008u);
         }
     }
