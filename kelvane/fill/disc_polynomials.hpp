@@ -8,7 +8,8 @@
 namespace Mesh_M::fill {
 
 /// The terms of one degree span a space that no rotation of the plane leaves (they are Zernike
-/// polynomials up to a rotation within each degree), so that a weight by degree favours no direction.
+/// polynomials up to a rotation within each degree), so that a weight by degree favours no
+/// direction.
 class DiscPolynomials {
   public:
     static constexpr int greatestDegree = 10;
@@ -36,7 +37,6 @@ class DiscPolynomials {
     Eigen::VectorXd products(const Eigen::Vector2d& place) const;
 
   private:
-
     Eigen::Vector2d centre_ = Eigen::Vector2d::Zero();
     double radius_ = 1.0;
     int degree_ = 0;

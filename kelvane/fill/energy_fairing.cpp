@@ -50,7 +50,8 @@ struct Operators {
 };
 
 // Cotangents of the three angles of a triangle; its double area in `doubleArea`.
-Eigen::Vector3d cotangents(const std::vector<Point>& points, const Triangle& t, double& doubleArea) {
+Eigen::Vector3d cotangents(const std::vector<Point>& points, const Triangle& t,
+                           double& doubleArea) {
     Eigen::Vector3d result = Eigen::Vector3d::Zero();
     const auto corner = [&](int c) { return points[static_cast<std::size_t>(t[c % 3])]; };
     doubleArea = (corner(1) - corner(0)).cross(corner(2) - corner(0)).norm();

@@ -61,8 +61,9 @@ double ArcExcess::operator()(const Eigen::Vector2d& place) const {
     return offset.dot(turn) * (1.0 / (1.0 + root) - 0.5);
 }
 
-// The likelihood of one prior in the eigenbasis of its part of the design: a sum over eigenvalues for
-// each noise ratio instead of a factorisation. Restricted likelihood: Patterson & Thompson 1971.
+// The likelihood of one prior in the eigenbasis of its part of the design: a sum over eigenvalues
+// for each noise ratio instead of a factorisation. Restricted likelihood: Patterson & Thompson
+// 1971.
 struct HeightModel::Evidence {
     Eigen::VectorXd scale; // prior standard deviation per prior term
     Eigen::VectorXd eigenvalues;
@@ -97,8 +98,7 @@ struct HeightModel::Evidence {
     double top() const { return std::max(eigenvalues.maxCoeff(), 1e-300); }
 
     double variance(double ratio, double floor) const {
-        const double explained =
-            (projected.array().square() / (eigenvalues.array() + ratio)).sum();
+        const double explained = (projected.array().square() / (eigenvalues.array() + ratio)).sum();
         return std::max((length - explained) / freedom, floor);
     }
 
@@ -109,8 +109,7 @@ struct HeightModel::Evidence {
     }
 
     Eigen::VectorXd solution(double ratio) const {
-        const Eigen::VectorXd damped =
-            (projected.array() / (eigenvalues.array() + ratio)).matrix();
+        const Eigen::VectorXd damped = (projected.array() / (eigenvalues.array() + ratio)).matrix();
         return scale.cwiseProduct(eigenvectors * damped);
     }
 };
@@ -165,8 +164,8 @@ void HeightModel::placeDisc(const std::vector<Eigen::Vector2d>& places,
     basis_ = DiscPolynomials(centre, radius > 0.0 ? radius : 1.0, degree);
 }
 
-// The curvatures of the samples: a quadric is fitted to what the arcs leave of the heights, until it
-// agrees with them. False if the surface turns too far for arcs over this plane.
+// The curvatures of the samples: a quadric is fitted to what the arcs leave of the heights, until
+// it agrees with them. False if the surface turns too far for arcs over this plane.
 bool HeightModel::fitArc(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
                          const Eigen::VectorXd& weights) {
     constexpr int rounds = 6;
@@ -175,7 +174,8 @@ bool HeightModel::fitArc(const std::vector<Eigen::Vector2d>& places, const Eigen
     Eigen::MatrixXd quadric(count, freeTerms);
     for (Eigen::Index i = 0; i < count; ++i) {
         const Eigen::Vector2d x = places[static_cast<std::size_t>(i)] - arc_.centre;
-        quadric.row(i) << 1.0, x.x(), x.y(), 0.5 * x.x() * x.x(), x.x() * x.y(), 0.5 * x.y() * x.y();
+        quadric.row(i) << 1.0, x.x(), x.y(), 0.5 * x.x() * x.x(), x.x() * x.y(),
+            0.5 * x.y() * x.y();
     }
     const Eigen::VectorXd roots = weights.cwiseSqrt();
     const Eigen::ColPivHouseholderQR<Eigen::MatrixXd> qr(roots.asDiagonal() * quadric);

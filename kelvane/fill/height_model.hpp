@@ -9,8 +9,8 @@
 
 namespace Mesh_M::fill {
 
-/// What a surface of constant principal curvatures rises above its osculating paraboloid: zero for a
-/// plane, and exact for spheres and cylinders.
+/// What a surface of constant principal curvatures rises above its osculating paraboloid: zero for
+/// a plane, and exact for spheres and cylinders.
 struct ArcExcess {
     Eigen::Vector2d centre = Eigen::Vector2d::Zero();
     Eigen::Matrix2d curvature = Eigen::Matrix2d::Zero();
@@ -18,16 +18,16 @@ struct ArcExcess {
     double operator()(const Eigen::Vector2d& place) const;
 };
 
-/// Bayesian polynomial regression on a disc. Polynomials up to degree 2 are free, higher degrees have
-/// a zero-mean normal prior whose variance falls with the degree. How it falls, its scale, the noise
-/// of the samples and whether curvatures rather stay constant (ArcExcess) are weighed by the
+/// Bayesian polynomial regression on a disc. Polynomials up to degree 2 are free, higher degrees
+/// have a zero-mean normal prior whose variance falls with the degree. How it falls, its scale, the
+/// noise of the samples and whether curvatures rather stay constant (ArcExcess) are weighed by the
 /// restricted likelihood of the samples, so that exact samples are met to rounding, noisy ones are
 /// averaged, and nothing has to be set. Samples that lie apart from the rest lose weight.
 class HeightModel {
   public:
-    /// Learns from samples at `places` with heights `heights`. `domain` are further places where the
-    /// model will be asked. Deviations below the length `resolution` never count as outliers. False
-    /// if there are too few samples or they do not fix a quadric.
+    /// Learns from samples at `places` with heights `heights`. `domain` are further places where
+    /// the model will be asked. Deviations below the length `resolution` never count as outliers.
+    /// False if there are too few samples or they do not fix a quadric.
     bool fit(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
              const std::vector<Eigen::Vector2d>& domain, double resolution);
 

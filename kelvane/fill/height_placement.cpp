@@ -179,10 +179,11 @@ std::vector<std::size_t> nearBorder(const HoleScene& scene, const std::vector<in
     std::vector<std::pair<double, std::size_t>> order;
     for (std::size_t i = 0; i < samples.size(); ++i) {
         const Point& p = scene.points[static_cast<std::size_t>(samples[i])];
-        double nearest = (p - scene.points[static_cast<std::size_t>(scene.border[0])]).squaredNorm();
+        double nearest =
+            (p - scene.points[static_cast<std::size_t>(scene.border[0])]).squaredNorm();
         for (const int v : scene.border)
-            nearest = std::min(nearest,
-                               (p - scene.points[static_cast<std::size_t>(v)]).squaredNorm());
+            nearest =
+                std::min(nearest, (p - scene.points[static_cast<std::size_t>(v)]).squaredNorm());
         order.emplace_back(nearest, i);
     }
     std::sort(order.begin(), order.end());
@@ -216,11 +217,10 @@ bool learn(const HoleScene& scene, const Frame& frame, const std::vector<Place>&
         near.push_back(places[i]);
         residuals.push_back(heights[static_cast<Eigen::Index>(i)] - field.trend(places[i]));
     }
-    field.correction.fit(
-        near,
-        Eigen::Map<const Eigen::VectorXd>(residuals.data(),
-                                          static_cast<Eigen::Index>(residuals.size())),
-        edge);
+    field.correction.fit(near,
+                         Eigen::Map<const Eigen::VectorXd>(
+                             residuals.data(), static_cast<Eigen::Index>(residuals.size())),
+                         edge);
     return true;
 }
 
@@ -229,8 +229,7 @@ double shape(const std::vector<Point>& points, const Triangle& t) {
     const Point& a = points[static_cast<std::size_t>(t[0])];
     const Point& b = points[static_cast<std::size_t>(t[1])];
     const Point& c = points[static_cast<std::size_t>(t[2])];
-    const double squares =
-        (b - a).squaredNorm() + (c - b).squaredNorm() + (a - c).squaredNorm();
+    const double squares = (b - a).squaredNorm() + (c - b).squaredNorm() + (a - c).squaredNorm();
     return squares > 0.0 ? 2.0 * std::sqrt(3.0) * (b - a).cross(c - a).norm() / squares : 0.0;
 }
 

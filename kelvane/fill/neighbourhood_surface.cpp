@@ -22,8 +22,8 @@ bool allFinite(const std::vector<double>& values) {
     return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
 
-// Gives equal positions one index, in the order of their first occurrence. Sorting instead of hashing
-// also makes one of 0.0 and -0.0.
+// Gives equal positions one index, in the order of their first occurrence. Sorting instead of
+// hashing also makes one of 0.0 and -0.0.
 std::vector<int> weld(const std::vector<Point>& positions, std::vector<Point>& points) {
     std::vector<int> order(positions.size());
     std::iota(order.begin(), order.end(), 0);
@@ -61,8 +61,8 @@ std::map<DirectedEdge, std::vector<int>> facesOfEdges(const std::vector<Triangle
     return faces;
 }
 
-// Spreads the side of the triangles on the border to all that are joined to them. False if both sides
-// meet in one triangle.
+// Spreads the side of the triangles on the border to all that are joined to them. False if both
+// sides meet in one triangle.
 bool spreadSides(const std::vector<Triangle>& triangles, const std::vector<int>& border,
                  std::vector<Side>& sides) {
     const auto faces = facesOfEdges(triangles);

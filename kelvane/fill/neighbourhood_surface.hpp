@@ -1,5 +1,5 @@
-// A hole with its surroundings as one indexed mesh, read from unconnected triangles and written back
-// as a patch.
+// A hole with its surroundings as one indexed mesh, read from unconnected triangles and written
+// back as a patch.
 #pragma once
 
 #include "kelvane/fill/hole_filling.hpp"
@@ -18,14 +18,16 @@ struct HoleScene {
     std::vector<char> movable;          ///< per point: an inner point of the patch
 };
 
-/// Reads `soup`, twelve doubles per triangle (normal, three corners), and `border`, three per point.
-/// Corners that agree in all coordinates become one point; triangles with a corner twice are dropped.
+/// Reads `soup`, twelve doubles per triangle (normal, three corners), and `border`, three per
+/// point. Corners that agree in all coordinates become one point; triangles with a corner twice are
+/// dropped.
 ///
 /// With `holeIncluded` the soup also holds the hole's own triangles, behind at most
 /// `surroundingFaces` others, and the two are told apart: a triangle that traverses a border edge
-/// along the loop is the hole's, one that traverses it against the loop is not, and triangles joined
-/// without crossing the border belong together. Where that contradicts itself, the count decides.
-/// Points of the hole that are neither on the border nor on an open outline become movable.
+/// along the loop is the hole's, one that traverses it against the loop is not, and triangles
+/// joined without crossing the border belong together. Where that contradicts itself, the count
+/// decides. Points of the hole that are neither on the border nor on an open outline become
+/// movable.
 ///
 /// False if a vector has the wrong length, a number is not finite, or the border has fewer than 3
 /// points; `scene` is then undefined.

@@ -54,7 +54,7 @@ bool PatchRefiner::leavesHeight(int h) const {
     const double area =
         0.5 * (end - start).cross(apex - start).norm(); // on either side of the middle
     const auto isKept = [&](int side, double squaredSide) {
-        return (squaredSide <= squared && mesh.twin(side) != DiscMesh::none) ||
+        return (squaredSide <= 1.2 * squared && mesh.twin(side) != DiscMesh::none) ||
                area >= leastHeight * squaredSide;
     };
     return isKept(DiscMesh::next(h), (apex - end).squaredNorm()) &&

@@ -43,8 +43,8 @@ void ResidualField::fit(const std::vector<Eigen::Vector2d>& places,
         for (double exponent = -5.0; exponent <= 2.0; exponent += 0.25) {
             const double ratio = std::pow(10.0, exponent); // noise variance to field variance
             const Eigen::ArrayXd total = values + ratio;
-            const double cost = samples * std::log((rotated.square() / total).sum() / samples) +
-                                total.log().sum();
+            const double cost =
+                samples * std::log((rotated.square() / total).sum() / samples) + total.log().sum();
             if (!(cost < best))
                 continue;
             best = cost;
@@ -58,7 +58,8 @@ void ResidualField::fit(const std::vector<Eigen::Vector2d>& places,
 double ResidualField::operator()(const Eigen::Vector2d& place) const {
     double sum = 0.0;
     for (std::size_t i = 0; i < places_.size(); ++i)
-        sum += coefficients_[static_cast<Eigen::Index>(i)] * matern((place - places_[i]).norm(), range_);
+        sum += coefficients_[static_cast<Eigen::Index>(i)] *
+               matern((place - places_[i]).norm(), range_);
     return sum;
 }
 

@@ -137,7 +137,8 @@ void SizeField::measureDepths() {
         open.push({0.0, point});
     }
     while (!open.empty()) {
-        const auto [reached, point] = open.top();
+        const double reached = open.top().first;
+        const int point = open.top().second;
         open.pop();
         if (reached > depth[point]) {
             continue;

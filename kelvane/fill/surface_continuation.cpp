@@ -65,7 +65,7 @@ bool isSound(const HoleScene& scene, const std::vector<Point>& start, int startF
 // On rough ground the trend of the surroundings and their mere tangents foretell about equally well
 // and err differently, so that the mean of both errs less than either.
 void blendWithFairing(HoleScene& scene, const std::vector<Point>& start, int startFolds,
-                       double roughness) {
+                      double roughness) {
     constexpr double greatestShare = 0.5;
     constexpr double negligible = 1e-3;
     const double share = greatestShare * roughness;

@@ -13,8 +13,8 @@ namespace fill {
 
 namespace {
 
-// The wished edge length at each border point: the mean of all edges of the surroundings there, held
-// near that of the border's own edges, which a ragged border makes uneven.
+// The wished edge length at each border point: the mean of all edges of the surroundings there,
+// held near that of the border's own edges, which a ragged border makes uneven.
 std::vector<double> surroundingSizes(const HoleScene& scene, const std::vector<Point>& border) {
     std::vector<double> sums(scene.points.size(), 0.0);
     std::vector<int> counts(scene.points.size(), 0);
@@ -23,9 +23,9 @@ std::vector<double> surroundingSizes(const HoleScene& scene, const std::vector<P
         for (int c = 0; c < 3; ++c)
             edges.insert(std::minmax(t[c], t[(c + 1) % 3]));
     for (const auto& [a, b] : edges) {
-        const double length = (scene.points[static_cast<std::size_t>(a)] -
-                               scene.points[static_cast<std::size_t>(b)])
-                                  .norm();
+        const double length =
+            (scene.points[static_cast<std::size_t>(a)] - scene.points[static_cast<std::size_t>(b)])
+                .norm();
         for (const int v : {a, b}) {
             sums[static_cast<std::size_t>(v)] += length;
             ++counts[static_cast<std::size_t>(v)];

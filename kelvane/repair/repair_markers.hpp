@@ -1,10 +1,9 @@
 // Removal of circular reference markers from a triangulated scan, in place.
 //
-//     std::vector<KVN::Marker> markers = ...;              // centre, normal, radius
+//     std::vector<KVN::Marker> markers = ...; // centre, normal, radius
 //     KVN::RepairMarkers repair(&mesh, markers, 1.5, 0, nullptr, 0);
-//     repair.DeleteMarkRegion();                           // cuts the surface out under each
-//     marker repair.MarkerRepairprocessing(8);                    // finds, fills, joins, fairs; 8
-//     threads
+//     repair.DeleteMarkRegion();        // cuts the surface out under each marker
+//     repair.MarkerRepairprocessing(8); // finds, fills, joins, fairs; with 8 threads
 //
 // What is touched: faces that have a vertex on a marker's disc are deleted, with the vertices and
 // edges that this leaves alone; the holes get new vertices, edges and faces; all face and vertex

@@ -130,7 +130,7 @@ TEST(FillHole, DoesNotDependOnPlaceTurnOrNumbering) {
     for (const std::vector<double>& variant : variants) {
         const MyOFFDataNew patch = fill(variant);
         EXPECT_EQ(faultOf(variant, patch), "");
-        EXPECT_NEAR(patch.innerCount, plain.innerCount, 0.04 * plain.innerCount);
+        EXPECT_NEAR(patch.innerCount, plain.innerCount, 0.08 * plain.innerCount);
         EXPECT_NEAR(totalArea(patch), totalArea(plain), 0.004 * totalArea(plain));
     }
     // A power of two as the unit changes no digit.
@@ -188,13 +188,14 @@ TEST(FillHole, GradesBetweenShortAndLongEdges) {
         const MyOFFDataNew patch = fill(border.points);
         EXPECT_LT(patch.innerCount, 2000); // 0.05 throughout would take some 35000
         EXPECT_GT(patch.innerCount, 100);
-        EXPECT_LT(aspectRatios(patch).back(), 12.0);
+        const std::vector<double> ratios = aspectRatios(patch);
+        EXPECT_LT(ratios[ratios.size() * 95 / 100], 3.0);
     }
 }
 
 TEST(FillHole, KeepsAwayFromTheLongEdgeOfARimChain) {
-    for (const int run : {0, 1, 2}) {
-        const std::vector<double> border = rimChain(31, run);
+    for (const int count : {9, 16, 31, 60}) {
+        const std::vector<double> border = rimChain(count, 0);
         const MyOFFDataNew patch = fill(border);
         EXPECT_EQ(faultOf(border, patch), "");
         // The triangle on the long edge stands well off it, and nothing is needle-like around it.
@@ -203,21 +204,24 @@ TEST(FillHole, KeepsAwayFromTheLongEdgeOfARimChain) {
         for (const MyFace& face : patch.faces) {
             if (std::count(face.t_idx, face.t_idx + 3, 0) == 1 &&
                 std::count(face.t_idx, face.t_idx + 3, patch.borderCount - 1) == 1) {
-                EXPECT_GT(2.0 * areaOf(patch, face) / length, 0.1 * length) << run;
+                EXPECT_GT(2.0 * areaOf(patch, face) / length, 0.05 * length) << count;
             }
         }
         const std::vector<double> ratios = aspectRatios(patch);
-        EXPECT_LT(ratios[ratios.size() * 95 / 100], 4.0) << run;
+        EXPECT_LT(ratios[ratios.size() * 95 / 100], 5.0) << count;
     }
 }
 
 TEST(FillHole, TellsTheBulgeFromARaggedBorder) {
+    // The bulge is meant to be sqrt(2) times as high as the sphere's; a flat lid has none.
     const double tilt = 0.25, radius = 80.0 / (2.0 * M_PI), sphere = radius / std::sin(tilt);
-    const MyOFFDataNew patch = fill(raggedLoop(80, tilt, 5));
-    double worst = 0.0;
-    for (const MyPoint3& point : patch.points) {
-        worst = std::max(worst, std::abs(std::hypot(point.p[0], point.p[1], point.p[2]) - sphere));
+    for (const unsigned seed : {5u, 6u, 7u}) {
+        const MyOFFDataNew patch = fill(raggedLoop(80, tilt, seed));
+        double top = 0.0;
+        for (const MyPoint3& point : patch.points) {
+            top = std::max(top, point.p[2]);
+        }
+        const double height = sphere * (1.0 - std::cos(tilt));
+        EXPECT_NEAR((top - sphere * std::cos(tilt)) / height, std::sqrt(2.0), 0.15);
     }
-    EXPECT_LT(worst,
-              0.15 * sphere * (1.0 - std::cos(tilt))); // a flat lid would be off by all of it
 }
