@@ -15,6 +15,8 @@ Json to_json(const PatchMetrics& p, Place place) {
             {"local_edge", p.local_edge},
             {"rms", p.rms},
             {"max", p.max},
+            {"vertex_rms", p.vertex_rms},
+            {"vertex_max", p.vertex_max},
             {"normal_max", p.normal_max},
             {"seam_rms", p.seam_rms},
             {"seam_mean", p.seam_mean},

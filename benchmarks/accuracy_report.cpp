@@ -70,6 +70,10 @@ const std::vector<RowOf>& rows() {
         {"max distance, mm, largest", "%.4f", [](const P& p) { return p.max; }, largest},
         {"max / local edge, largest", "%.4f", [](const P& p) { return p.max / p.local_edge; },
          largest},
+        {"rms of new vertices, mm, median", "%.5f", [](const P& p) { return p.vertex_rms; },
+         median},
+        {"max of new vertices, mm, largest", "%.4f", [](const P& p) { return p.vertex_max; },
+         largest},
         {"normal deviation, deg, median", "%.2f", [](const P& p) { return p.normal_max; }, median},
         {"normal deviation, deg, largest", "%.2f", [](const P& p) { return p.normal_max; },
          largest},
@@ -89,7 +93,7 @@ const std::vector<RowOf>& rows() {
 
 void print_row(std::ostream& out, const std::string& label, const ScanRuns& runs,
                const std::function<std::string(const MethodRun&)>& cell) {
-    out << "  " << label << std::string(label.size() < 32 ? 32 - label.size() : 1, ' ');
+    out << "  " << label << std::string(label.size() < 34 ? 34 - label.size() : 1, ' ');
     for (const MethodRun& run : runs.methods) {
         out << padded(run.present ? cell(run) : "absent", 12);
     }
@@ -170,6 +174,8 @@ const std::vector<Compared>& compared() {
         {"seam", 1.05, [](const PatchMetrics& p) { return p.seam_rms; }},
         {"aspect", 1.10, [](const PatchMetrics& p) { return p.aspect_p95; }},
         {"max", 0, [](const PatchMetrics& p) { return p.max; }},
+        {"rms, new", 0, [](const PatchMetrics& p) { return p.vertex_rms; }},
+        {"max, new", 0, [](const PatchMetrics& p) { return p.vertex_max; }},
         {"normal", 0, [](const PatchMetrics& p) { return p.normal_max; }},
     };
     return all;

@@ -151,6 +151,30 @@ void measure_faces(const TriangleMesh& mesh, const std::vector<int>& faces,
     metrics.aspect_max = aspects.back();
 }
 
+// How far the vertices that the patch brought lie from the true surface.
+void measure_new_vertices(const RepairedMesh& repaired, const std::vector<int>& faces,
+                          const TruthSurface& truth, PatchMetrics& metrics) {
+    std::vector<int> added;
+    for (const int f : faces) {
+        for (int i = 0; i < 3; ++i) {
+            const int v = repaired.mesh.triangles[3 * std::size_t(f) + i];
+            if (repaired.origin[v] < 0) {
+                added.push_back(v);
+            }
+        }
+    }
+    std::sort(added.begin(), added.end());
+    added.erase(std::unique(added.begin(), added.end()), added.end());
+    double squares = 0;
+    for (const int v : added) {
+        const Vector3d p = repaired.mesh.vertex(v);
+        const double d = (truth.closest(p).point - p).norm();
+        squares += d * d;
+        metrics.vertex_max = std::max(metrics.vertex_max, d);
+    }
+    metrics.vertex_rms = added.empty() ? 0 : std::sqrt(squares / double(added.size()));
+}
+
 // What the edges tell: the seam, the closedness, the winding. `owner` is the marker of a new face,
 // -1 of an old one.
 void measure_edges(const TriangleMesh& mesh, const EdgeTable& edges, const std::vector<int>& owner,
@@ -245,6 +269,7 @@ RepairMetrics measure_repair(const TriangleMesh& scan, const RepairedMesh& repai
     for (std::size_t m = 0; m < centres.size(); ++m) {
         if (!faces[m].empty()) {
             measure_faces(mesh, faces[m], truth, result.markers[m]);
+            measure_new_vertices(repaired, faces[m], truth, result.markers[m]);
         }
     }
     measure_edges(mesh, edges, owner, result.markers);

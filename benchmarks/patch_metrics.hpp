@@ -8,10 +8,14 @@
 //   local edge   mean length of the edges along which the patch meets the old surface.
 //   normals      angle between a face's normal and that of the true surface at the point closest to
 //                the face's barycentre.
+//   new vertices distance of the patch's own vertices from the true surface, rms and maximum: how
+//                well they were placed. Unlike the distance of the faces it knows nothing of the
+//                sagitta of flat triangles on a curved surface and of the noise of the border.
 //   seam         angle between the normals of the two faces at an edge where patch meets old
-//   surface. aspect       sqrt(3)/2 * longest edge / shortest altitude: 1 for an equilateral
-//   triangle. degenerate   aspect above 1000. flipped      normal at 90 degrees or more from the
-//   truth's, or winding against a neighbour's.
+//                surface.
+//   aspect       sqrt(3)/2 * longest edge / shortest altitude: 1 for an equilateral triangle.
+//   degenerate   aspect above 1000.
+//   flipped      normal at 90 degrees or more from the truth's, or winding against a neighbour's.
 #pragma once
 
 #include "truth_surface.hpp"
@@ -32,6 +36,7 @@ struct PatchMetrics {
     int faces = 0;
     double local_edge = 0;                            ///< mm; 0 when the patch meets no old face
     double rms = 0, max = 0;                          ///< mm
+    double vertex_rms = 0, vertex_max = 0;            ///< mm, at the new vertices
     double normal_max = 0;                            ///< degrees
     double seam_rms = 0, seam_mean = 0, seam_max = 0; ///< degrees
     double aspect_p95 = 0, aspect_max = 0;
