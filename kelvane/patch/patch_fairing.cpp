@@ -1,6 +1,8 @@
 // The bi-Laplace system of one patch: its weights, its rows, and its solution.
 #include "kelvane/patch/patch_fairing.hpp"
 
+#include "kelvane/patch/fairing_rows.hpp"
+
 #include <Eigen/OrderingMethods>
 #include <Eigen/SparseCore>
 #include <Eigen/SparseLU>
@@ -79,23 +81,28 @@ enum class SystemOutcome { solved, infinite_entry, singular };
 
 // Solves for all three coordinates with one factorisation. The rows carry their own areas, so the
 // matrix is not symmetric.
-SystemOutcome solve_system(const std::map<std::pair<int, int>, double>& coefficients,
-                           const Coordinates& right, Coordinates& positions) {
+SystemOutcome solve_system(FairingRows& rows, int unknowns, Coordinates& positions) {
     std::vector<Eigen::Triplet<double>> triplets;
-    triplets.reserve(coefficients.size());
-    for (const auto& kv : coefficients) {
-        if (std::isinf(kv.second)) {
-            return SystemOutcome::infinite_entry;
+    std::vector<std::pair<int, double>> entries;
+    Coordinates right(unknowns, 3);
+    for (int row = 0; row < unknowns; ++row) {
+        double terms[3] = {0.0, 0.0, 0.0};
+        rows.expand(row, entries, terms);
+        right.row(row) << terms[0], terms[1], terms[2];
+        for (const auto& [column, value] : entries) {
+            if (std::isinf(value)) {
+                return SystemOutcome::infinite_entry;
+            }
+            triplets.emplace_back(row, column, value);
         }
-        triplets.emplace_back(kv.first.first, kv.first.second, kv.second);
     }
-    Eigen::SparseMatrix<double> matrix(right.rows(), right.rows());
+    Eigen::SparseMatrix<double> matrix(unknowns, unknowns);
     matrix.setFromTriplets(triplets.begin(), triplets.end());
     matrix.makeCompressed();
     Eigen::SparseLU<Eigen::SparseMatrix<double>, Eigen::COLAMDOrdering<int>> solver;
     solver.analyzePattern(matrix);
     solver.factorize(matrix);
-    positions.resize(right.rows(), 3);
+    positions.resize(unknowns, 3);
     for (int axis = 0; axis < 3 && solver.info() == Eigen::Success; ++axis) {
         positions.col(axis) = solver.solve(Eigen::VectorXd(right.col(axis)));
     }
@@ -181,38 +188,28 @@ int PatchFairing::fair() {
 
 int PatchFairing::solve() {
     solution.clear();
-    coefficients.clear();
-    const int n = static_cast<int>(patch->points.size());
-    std::set<_vert*, StoreOrder> free;
-    for (int k = patch->freeStart; k < n; ++k) {
-        free.insert((*vertices)[k]);
+    std::set<_vert*, StoreOrder> distinct;
+    for (std::size_t k = patch->freeStart; k < patch->points.size(); ++k) {
+        distinct.insert((*vertices)[k]);
     }
-    if (free.empty()) {
+    if (distinct.empty()) {
         return 0;
     }
-    std::map<_vert*, int> ids;
-    for (_vert* v : free) {
-        if (!ids.emplace(v, static_cast<int>(ids.size())).second) {
-            return -1;
-        }
-    }
-    const int unknowns = static_cast<int>(free.size());
-    Coordinates right = Coordinates::Zero(unknowns, 3);
-    for (_vert* v : free) {
-        const int row = ids[v];
-        computeRow(v, row, right(row, 0), right(row, 1), right(row, 2), 1.0, ids, 2);
-    }
+    const std::vector<_vert*> free(distinct.begin(), distinct.end());
+    FairingRows rows(
+        free, [this](const _vert* v) { return mixedArea(v); },
+        [this](const _edge* e) { return edgeWeight(e); });
     Coordinates positions;
-    const SystemOutcome outcome = solve_system(std::exchange(coefficients, {}), right, positions);
+    const SystemOutcome outcome = solve_system(rows, static_cast<int>(free.size()), positions);
     if (outcome == SystemOutcome::infinite_entry) {
         std::cout << "std::isinf(kv.second)\n";
         return -1;
     }
     if (outcome == SystemOutcome::solved) {
         solution.reserve(free.size());
-        for (_vert* v : free) {
-            const auto p = positions.row(ids[v]).cast<float>();
-            solution.emplace_back(v, Vector(p[0], p[1], p[2]));
+        for (std::size_t i = 0; i < free.size(); ++i) {
+            const auto p = positions.row(static_cast<Eigen::Index>(i)).cast<float>();
+            solution.emplace_back(free[i], Vector(p[0], p[1], p[2]));
         }
     }
     return 0;

@@ -46,7 +46,8 @@ class PatchFairing {
   private:
     /// Adds the operator's row for `v`, expanded `depth` times and scaled by `multiplier`, to row
     /// `row`: to `coefficients` where it meets free vertices (those in `ids`), to bx, by, bz where
-    /// it meets fixed ones.
+    /// it meets fixed ones. The definition of a row, by plain recursion; solve() gets the same bits
+    /// from FairingRows, which evaluates every area and weight once.
     void computeRow(_vert* v, int row, double& bx, double& by, double& bz, double multiplier,
                     const std::map<_vert*, int>& ids, unsigned depth);
     /// Sum over the faces of `e` of the clamped cotangent of the angle opposite `e`.

@@ -1,3 +1,4 @@
+#include "kelvane/patch/fairing_rows.hpp"
 #include "tests/core/core_access.hpp"
 
 #include <omp.h>
@@ -115,6 +116,41 @@ TEST(PatchFairing, SolvesTheBiLaplaceEquation) {
                 bits(Point(arrays.positions[k], arrays.positions[k + 1], arrays.positions[k + 2]));
         }
         EXPECT_EQ(moved, static_cast<int>(free.size()));
+    }
+}
+
+// Rows from stencils evaluated once against the plain recursion, to the last bit.
+TEST(PatchFairing, ExpandsRowsAsTheRecursionDoes) {
+    const std::unique_ptr<Mesh> made = make_mesh(bumpy_grid(12, 10));
+    Mesh& mesh = *made;
+    const FreeVertices free(block(mesh, 12, {3, 3, 8, 7}));
+    PatchFairing plain(&mesh, free.patch, free.vertices, 0);
+    std::map<_vert*, int> ids;
+    for (_vert* v : free.vertices) {
+        ids.emplace(v, static_cast<int>(ids.size()));
+    }
+    std::vector<_vert*> numbered(ids.size());
+    for (const auto& [v, id] : ids) {
+        numbered[id] = v;
+    }
+    KVN::FairingRows rows(
+        numbered, [&](const _vert* v) { return plain.mixedArea(v); },
+        [&](const _edge* e) { return plain.edgeWeight(e); });
+    std::vector<std::pair<int, double>> entries;
+    for (int row = 0; row < static_cast<int>(numbered.size()); ++row) {
+        plain.coefficients.clear();
+        double expected[3] = {0.0, 0.0, 0.0};
+        plain.computeRow(numbered[row], row, expected[0], expected[1], expected[2], 1.0, ids, 2);
+        double right[3] = {0.0, 0.0, 0.0};
+        rows.expand(row, entries, right);
+        EXPECT_EQ(std::memcmp(right, expected, sizeof right), 0) << row;
+        ASSERT_EQ(entries.size(), plain.coefficients.size()) << row;
+        std::size_t k = 0;
+        for (const auto& [key, value] : plain.coefficients) {
+            EXPECT_EQ(entries[k].first, key.second);
+            EXPECT_EQ(std::memcmp(&entries[k].second, &value, sizeof value), 0) << row;
+            ++k;
+        }
     }
 }
 
