@@ -1,7 +1,6 @@
 #include "kelvane/fill/disc_mesh.hpp"
 
 #include <algorithm>
-#include <cmath>
 
 namespace Mesh_M::fill {
 namespace {

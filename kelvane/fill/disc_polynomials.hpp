@@ -19,7 +19,7 @@ class DiscPolynomials {
     /// Terms of degree 0 to `degree` (at most greatestDegree) on the disc around `centre`.
     DiscPolynomials(const Eigen::Vector2d& centre, double radius, int degree);
 
-    static int termCount(int degree) { return (degree + 1) * (degree + 2) / 2; }
+    static constexpr int termCount(int degree) { return (degree + 1) * (degree + 2) / 2; }
 
     int terms() const { return termCount(degree_); }
     const Eigen::Vector2d& centre() const { return centre_; }

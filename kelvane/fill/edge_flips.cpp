@@ -1,5 +1,7 @@
 #include "kelvane/fill/edge_flips.hpp"
 
+#include <cmath>
+
 namespace Mesh_M::fill {
 namespace {
 

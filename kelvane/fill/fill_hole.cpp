@@ -1,6 +1,8 @@
 #include "kelvane/fill/hole_filling.hpp"
 #include "kelvane/fill/patch_builder.hpp"
 
+#include <algorithm>
+
 namespace Mesh_M {
 
 int Orbrel::fillHoleWithoutFair(const std::vector<double>& border, MyOFFDataNew& patch) {

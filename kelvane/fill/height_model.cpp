@@ -1,7 +1,6 @@
 #include "kelvane/fill/height_model.hpp"
 
 #include <Eigen/Eigenvalues>
-#include <Eigen/LU>
 #include <Eigen/QR>
 
 #include <algorithm>
@@ -13,7 +12,7 @@ namespace Mesh_M::fill {
 namespace {
 
 constexpr int freeDegree = 2;
-const int freeTerms = DiscPolynomials::termCount(freeDegree);
+constexpr int freeTerms = DiscPolynomials::termCount(freeDegree);
 constexpr int robustRounds = 5;
 // Student-t likelihood with this many degrees of freedom (Lange, Little & Taylor 1989).
 constexpr double tailFreedom = 5.0;
@@ -52,14 +51,6 @@ Eigen::VectorXd outlierWeights(const Eigen::VectorXd& residuals, double resoluti
 }
 
 } // namespace
-
-double ArcExcess::operator()(const Eigen::Vector2d& place) const {
-    const Eigen::Vector2d offset = place - centre;
-    const Eigen::Vector2d turn = curvature * offset;
-    // Past about 75 degrees of slope the circle is left for its tangent paraboloid.
-    const double root = std::sqrt(std::max(0.06, 1.0 - turn.squaredNorm()));
-    return offset.dot(turn) * (1.0 / (1.0 + root) - 0.5);
-}
 
 // The likelihood of one prior in the eigenbasis of its part of the design: a sum over eigenvalues
 // for each noise ratio instead of a factorisation. Restricted likelihood: Patterson & Thompson
@@ -143,53 +134,13 @@ struct HeightModel::Mixture {
     static constexpr double negligible = 13.8;
 };
 
-void HeightModel::placeDisc(const std::vector<Eigen::Vector2d>& places,
-                            const std::vector<Eigen::Vector2d>& domain, int samples) {
-    Eigen::Vector2d low = places.front();
-    Eigen::Vector2d high = places.front();
-    for (const auto* list : {&places, &domain})
-        for (const Eigen::Vector2d& p : *list) {
-            low = low.cwiseMin(p);
-            high = high.cwiseMax(p);
-        }
-    const Eigen::Vector2d centre = 0.5 * (low + high);
-    double radius = 0.0;
-    for (const auto* list : {&places, &domain})
-        for (const Eigen::Vector2d& p : *list)
-            radius = std::max(radius, (p - centre).norm());
+// As many degrees as the samples could fix without the prior.
+int HeightModel::chooseDegree(std::size_t samples) {
     int degree = freeDegree + 1;
     while (degree < DiscPolynomials::greatestDegree &&
-           DiscPolynomials::termCount(degree + 1) <= samples)
+           static_cast<std::size_t>(DiscPolynomials::termCount(degree + 1)) <= samples)
         ++degree;
-    basis_ = DiscPolynomials(centre, radius > 0.0 ? radius : 1.0, degree);
-}
-
-// The curvatures of the samples: a quadric is fitted to what the arcs leave of the heights, until
-// it agrees with them. False if the surface turns too far for arcs over this plane.
-bool HeightModel::fitArc(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
-                         const Eigen::VectorXd& weights) {
-    constexpr int rounds = 6;
-    arc_ = {basis_.centre(), Eigen::Matrix2d::Zero()};
-    const auto count = static_cast<Eigen::Index>(places.size());
-    Eigen::MatrixXd quadric(count, freeTerms);
-    for (Eigen::Index i = 0; i < count; ++i) {
-        const Eigen::Vector2d x = places[static_cast<std::size_t>(i)] - arc_.centre;
-        quadric.row(i) << 1.0, x.x(), x.y(), 0.5 * x.x() * x.x(), x.x() * x.y(),
-            0.5 * x.y() * x.y();
-    }
-    const Eigen::VectorXd roots = weights.cwiseSqrt();
-    const Eigen::ColPivHouseholderQR<Eigen::MatrixXd> qr(roots.asDiagonal() * quadric);
-    if (qr.rank() < freeTerms)
-        return false;
-    Eigen::VectorXd rest(count);
-    for (int round = 0; round < rounds; ++round) {
-        for (Eigen::Index i = 0; i < count; ++i)
-            rest[i] = roots[i] * (heights[i] - arc_(places[static_cast<std::size_t>(i)]));
-        const Eigen::VectorXd c = qr.solve(rest);
-        arc_.curvature << c[3], c[4], c[4], c[5];
-    }
-    const double greatestTurn = arc_.curvature.norm() * basis_.radius();
-    return std::isfinite(greatestTurn) && greatestTurn < 1.2;
+    return degree;
 }
 
 bool HeightModel::fit(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
@@ -197,18 +148,20 @@ bool HeightModel::fit(const std::vector<Eigen::Vector2d>& places, const Eigen::V
     const auto count = static_cast<Eigen::Index>(places.size());
     if (count < DiscPolynomials::termCount(freeDegree + 1))
         return false;
-    placeDisc(places, domain, static_cast<int>(count));
+    const Disc disc = enclose(places, domain);
+    basis_ = DiscPolynomials(disc.centre, disc.radius, chooseDegree(places.size()));
     Eigen::MatrixXd design(count, basis_.terms());
     for (Eigen::Index i = 0; i < count; ++i)
         design.row(i) = basis_(places[static_cast<std::size_t>(i)]).transpose();
 
     Eigen::VectorXd weights = Eigen::VectorXd::Ones(count);
     for (int round = 0; round < robustRounds; ++round) {
-        const bool mayArc = fitArc(places, heights, weights);
+        const ArcFit arcs = fitArcs(places, heights, weights, disc);
+        arc_ = arcs.arc;
         Eigen::VectorXd excess(count);
         for (Eigen::Index i = 0; i < count; ++i)
             excess[i] = arc_(places[static_cast<std::size_t>(i)]);
-        if (!solve(design, heights, excess, weights, mayArc))
+        if (!solve(design, heights, excess, weights, arcs.valid))
             return false;
         const Eigen::VectorXd residuals = heights - arcShare_ * excess - design * coefficients_;
         const Eigen::VectorXd next = outlierWeights(residuals, resolution);

@@ -1,6 +1,7 @@
 // A smooth height field z(x, y) learnt from scattered, noisy samples.
 #pragma once
 
+#include "kelvane/fill/arc_fit.hpp"
 #include "kelvane/fill/disc_polynomials.hpp"
 
 #include <Eigen/Core>
@@ -8,15 +9,6 @@
 #include <vector>
 
 namespace Mesh_M::fill {
-
-/// What a surface of constant principal curvatures rises above its osculating paraboloid: zero for
-/// a plane, and exact for spheres and cylinders.
-struct ArcExcess {
-    Eigen::Vector2d centre = Eigen::Vector2d::Zero();
-    Eigen::Matrix2d curvature = Eigen::Matrix2d::Zero();
-
-    double operator()(const Eigen::Vector2d& place) const;
-};
 
 /// Bayesian polynomial regression on a disc. Polynomials up to degree 2 are free, higher degrees
 /// have a zero-mean normal prior whose variance falls with the degree. How it falls, its scale, the
@@ -43,10 +35,7 @@ class HeightModel {
   private:
     struct Evidence;
     struct Mixture;
-    void placeDisc(const std::vector<Eigen::Vector2d>& places,
-                   const std::vector<Eigen::Vector2d>& domain, int samples);
-    bool fitArc(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
-                const Eigen::VectorXd& weights);
+    static int chooseDegree(std::size_t samples);
     bool solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& heights,
                const Eigen::VectorXd& excess, const Eigen::VectorXd& weights, bool mayArc);
 

@@ -1,10 +1,9 @@
 #include "kelvane/fill/height_placement.hpp"
 
 #include "kelvane/fill/height_model.hpp"
+#include "kelvane/fill/plane_frame.hpp"
+#include "kelvane/fill/plane_patch.hpp"
 #include "kelvane/fill/residual_field.hpp"
-
-#include <Eigen/SparseCholesky>
-#include <Eigen/SparseCore>
 
 #include <algorithm>
 #include <cmath>
@@ -15,21 +14,6 @@ namespace Mesh_M::fill {
 
 namespace {
 
-using Place = Eigen::Vector2d;
-
-struct Frame {
-    Point origin;
-    Point x;
-    Point y;
-    Point normal;
-
-    Place place(const Point& p) const { return {(p - origin).dot(x), (p - origin).dot(y)}; }
-    double height(const Point& p) const { return (p - origin).dot(normal); }
-    Point lift(const Place& place, double height) const {
-        return origin + place.x() * x + place.y() * y + height * normal;
-    }
-};
-
 // The learnt surface: trend and local correction.
 struct Field {
     HeightModel trend;
@@ -37,25 +21,6 @@ struct Field {
 
     double operator()(const Place& place) const { return trend(place) + correction(place); }
 };
-
-// The mean plane of all surfaces over the border. False for a border that encloses no area.
-bool makeFrame(const HoleScene& scene, Frame& frame) {
-    frame.origin = Point::Zero();
-    double length = 0.0;
-    for (std::size_t i = 0; i < scene.border.size(); ++i) {
-        const auto a = static_cast<std::size_t>(scene.border[i]);
-        const auto b = static_cast<std::size_t>(scene.border[(i + 1) % scene.border.size()]);
-        frame.origin += scene.points[a] / static_cast<double>(scene.border.size());
-        length += (scene.points[b] - scene.points[a]).norm();
-    }
-    const Point area = areaVector(scene);
-    if (!(area.norm() > 1e-3 * length * length))
-        return false;
-    frame.normal = area.normalized();
-    frame.x = frame.normal.unitOrthogonal();
-    frame.y = frame.normal.cross(frame.x);
-    return true;
-}
 
 double meanBorderEdge(const HoleScene& scene) {
     // The median: one long edge may close an open chain.
@@ -95,84 +60,6 @@ std::vector<int> collectSamples(const HoleScene& scene, const Frame& frame) {
     return {samples.begin(), samples.end()};
 }
 
-double signedArea(const std::vector<Place>& places, const Triangle& t) {
-    const Place& a = places[static_cast<std::size_t>(t[0])];
-    const Place ab = places[static_cast<std::size_t>(t[1])] - a;
-    const Place ac = places[static_cast<std::size_t>(t[2])] - a;
-    return ab.x() * ac.y() - ab.y() * ac.x();
-}
-
-// The image of the patch in the plane and who neighbours whom.
-class PlanePatch {
-  public:
-    PlanePatch(const HoleScene& scene, const Frame& frame)
-        : scene_(scene), places(scene.points.size()), around_(scene.points.size()) {
-        for (std::size_t v = 0; v < places.size(); ++v)
-            places[v] = frame.place(scene.points[v]);
-        for (std::size_t f = 0; f < scene.patch.size(); ++f)
-            for (const int v : scene.patch[f])
-                around_[static_cast<std::size_t>(v)].push_back(static_cast<int>(f));
-    }
-
-    const std::vector<int>& around(std::size_t v) const { return around_[v]; }
-
-    // Triangles of fixed points only are not ours to judge.
-    bool isUnfolded() const {
-        return std::all_of(scene_.patch.begin(), scene_.patch.end(), [&](const Triangle& t) {
-            const bool movable = scene_.movable[static_cast<std::size_t>(t[0])] ||
-                                 scene_.movable[static_cast<std::size_t>(t[1])] ||
-                                 scene_.movable[static_cast<std::size_t>(t[2])];
-            return !movable || signedArea(places, t) > 0.0;
-        });
-    }
-
-    // Every movable point to the mean of its neighbours (Tutte 1963): never folded over a convex
-    // border, and seldom over another.
-    bool embed() {
-        std::vector<int> unknown(places.size(), -1);
-        int unknowns = 0;
-        for (std::size_t v = 0; v < places.size(); ++v)
-            if (scene_.movable[v])
-                unknown[v] = unknowns++;
-        std::vector<Eigen::Triplet<double>> entries;
-        Eigen::MatrixXd right = Eigen::MatrixXd::Zero(unknowns, 2);
-        for (const Triangle& t : scene_.patch)
-            for (int c = 0; c < 3; ++c)
-                for (int other = 1; other < 3; ++other) {
-                    const int row = unknown[static_cast<std::size_t>(t[c])];
-                    if (row < 0)
-                        continue;
-                    const auto neighbour = static_cast<std::size_t>(t[(c + other) % 3]);
-                    entries.emplace_back(row, row, 1.0);
-                    if (unknown[neighbour] >= 0)
-                        entries.emplace_back(row, unknown[neighbour], -1.0);
-                    else
-                        right.row(row) += places[neighbour].transpose();
-                }
-        Eigen::SparseMatrix<double> matrix(unknowns, unknowns);
-        matrix.setFromTriplets(entries.begin(), entries.end());
-        const Eigen::SimplicialLDLT<Eigen::SparseMatrix<double>> solver(matrix);
-        if (solver.info() != Eigen::Success)
-            return false;
-        const Eigen::MatrixXd solution = solver.solve(right);
-        if (!solution.allFinite())
-            return false;
-        for (std::size_t v = 0; v < places.size(); ++v)
-            if (unknown[v] >= 0)
-                places[v] = solution.row(unknown[v]).transpose();
-        return true;
-    }
-
-  private:
-    const HoleScene& scene_;
-
-  public:
-    std::vector<Place> places;
-
-  private:
-    std::vector<std::vector<int>> around_;
-};
-
 // The samples nearest to the border; the correction needs no others and costs their cube.
 std::vector<std::size_t> nearBorder(const HoleScene& scene, const std::vector<int>& samples) {
     constexpr std::size_t greatest = 100;
@@ -195,11 +82,10 @@ std::vector<std::size_t> nearBorder(const HoleScene& scene, const std::vector<in
     return result;
 }
 
-bool learn(const HoleScene& scene, const Frame& frame, const std::vector<Place>& domain,
-           Field& field) {
+bool learn(const HoleScene& scene, const std::vector<int>& samples, const Frame& frame,
+           const std::vector<Place>& domain, Field& field) {
     // Deviations below this share of an edge are no sign of an outlier.
     constexpr double resolutionShare = 1e-3;
-    const std::vector<int> samples = collectSamples(scene, frame);
     const double edge = meanBorderEdge(scene);
     std::vector<Place> places;
     Eigen::VectorXd heights(static_cast<Eigen::Index>(samples.size()));
@@ -237,7 +123,7 @@ double worstShape(const HoleScene& scene, const PlanePatch& plane, std::size_t v
     double worst = 1.0;
     for (const int f : plane.around(v)) {
         const Triangle& t = scene.patch[static_cast<std::size_t>(f)];
-        worst = std::min(worst, signedArea(plane.places, t) > 0.0 ? shape(scene.points, t) : -1.0);
+        worst = std::min(worst, plane.signedArea(t) > 0.0 ? shape(scene.points, t) : -1.0);
     }
     return worst;
 }
@@ -280,12 +166,25 @@ void slide(HoleScene& scene, PlanePatch& plane, const Frame& frame, const Field&
         }
 }
 
+// Rough with clear odds, and by enough to be seen: a few hundredths of an edge.
+double groundRoughness(const HeightModel& trend, double edge) {
+    constexpr double evenOdds = 0.5;
+    constexpr double clearOdds = 0.9;
+    constexpr double leastNoise = 0.005;
+    constexpr double fullNoise = 0.02;
+    const double odds = (trend.roughness() - evenOdds) / (clearOdds - evenOdds);
+    const double size = (trend.noise() / edge - leastNoise) / (fullNoise - leastNoise);
+    return std::clamp(odds, 0.0, 1.0) * std::clamp(size, 0.0, 1.0);
+}
+
 } // namespace
 
 bool placeOnHeightField(HoleScene& scene, double& roughness) {
     Frame frame;
     if (!makeFrame(scene, frame))
         return false;
+    const std::vector<int> samples = collectSamples(scene, frame);
+    levelFrame(scene, samples, frame);
     PlanePatch plane(scene, frame);
     if (!plane.isUnfolded() && !(plane.embed() && plane.isUnfolded()))
         return false;
@@ -294,13 +193,13 @@ bool placeOnHeightField(HoleScene& scene, double& roughness) {
         for (const int v : t)
             domain.push_back(plane.places[static_cast<std::size_t>(v)]);
     Field field;
-    if (!learn(scene, frame, domain, field))
+    if (!learn(scene, samples, frame, domain, field))
         return false;
     for (std::size_t v = 0; v < scene.points.size(); ++v)
         if (scene.movable[v])
             scene.points[v] = frame.lift(plane.places[v], field(plane.places[v]));
     slide(scene, plane, frame, field);
-    roughness = field.trend.roughness();
+    roughness = groundRoughness(field.trend, meanBorderEdge(scene));
     return true;
 }
 

@@ -1,8 +1,8 @@
 // Filling of a closed border loop with triangles.
 //
 // All three operations of Orbrel are pure: they share no state, allocate only what they return and
-// their own scratch, and give the same bits for the same input on every run and thread. Any number of
-// calls may run side by side. Lengths are in the caller's unit.
+// their own scratch, and give the same bits for the same input on every run and thread. Any number
+// of calls may run side by side. Lengths are in the caller's unit.
 #pragma once
 
 #include "kelvane/export.hpp"
@@ -16,7 +16,8 @@ struct MyPoint3 {
     double p[3] = {0.0, 0.0, 0.0};
 };
 
-/// A triangle of a patch: three indices into the points that go with it, in the order of its winding.
+/// A triangle of a patch: three indices into the points that go with it, in the order of its
+/// winding.
 struct MyFace {
     int t_idx[3] = {0, 0, 0};
 };
@@ -26,27 +27,32 @@ struct MyOFFDataNew {
     std::vector<MyPoint3> points;
     std::vector<MyFace> faces;
     int borderCount = 0;
-    int freeStart = 0; ///< first point that a fairing may move; not below borderCount
+    int freeStart = 0;  ///< first point that a fairing may move; not below borderCount
     int innerCount = 0; ///< number of points behind the border
 };
 
 /// The hole filler; has no state.
 class KELVANE_EXPORT Orbrel {
   public:
-    /// Fills the loop of k border points (3k doubles, x, y, z each, in loop order) with a topological
-    /// disc: a minimum-weight triangulation, refined to the border's own edge lengths and evened out.
-    /// Every triangle on a border edge traverses it along the loop; no inner edge joins two border
-    /// points when k is above 3; the border points are kept as they are and no point is put on a
-    /// border edge.
+    /// Fills the loop of k border points (3k doubles, x, y, z each, in loop order) with a
+    /// topological disc: a minimum-weight triangulation, refined to the border's own edge lengths
+    /// and evened out. Every triangle on a border edge traverses it along the loop; no inner edge
+    /// joins two border points when k is above 3; the border points are kept as they are and no
+    /// point is put on a border edge. The middle of a patch over more than about 130 edges grows
+    /// gradually coarser.
     ///
-    /// Returns 0 and overwrites `patch`; or gives up, returns a negative number and leaves `patch` as
-    /// it was: fewer than 3 points, a length that is no multiple of 3, a coordinate that is not
+    /// The inner points are meant for a bi-Laplace fairing in the mesh around them: where the
+    /// border tells the curvature of the surface, they bulge more than that by the factor, sqrt(2),
+    /// with which the fairing's result comes nearest to the surface.
+    ///
+    /// Returns 0 and overwrites `patch`; or gives up, returns a negative number and leaves `patch`
+    /// as it was: fewer than 3 points, a length that is no multiple of 3, a coordinate that is not
     /// finite, or a loop over which no disc was found.
     static int fillHoleWithoutFair(const std::vector<double>& border, MyOFFDataNew& patch);
 
     /// Fills the loop `border` as a continuation of the surface around it in position, tangent and
-    /// curvature. `neighbourhood` has twelve doubles per triangle of that surface: its normal and its
-    /// three corners, wound as the mesh is.
+    /// curvature. `neighbourhood` has twelve doubles per triangle of that surface: its normal and
+    /// its three corners, wound as the mesh is.
     ///
     /// Returns 0 and fills the four lists: the patch's points, its triangles, one unit normal per
     /// triangle, and the indices of the points that are border points, whose coordinates are those
@@ -58,9 +64,10 @@ class KELVANE_EXPORT Orbrel {
     /// Moves the inner points of a triangulation of the hole that is given so that it continues the
     /// surface around it, and returns the patch alone. `neighbourhood` has twelve doubles per
     /// triangle: first the surface around the hole, then the triangulation of the hole itself;
-    /// `neighbourhoodFaces` tells how many of them form the surface and may count triangles that were
-    /// left out on the way here, so the two are told apart by position: a triangle belongs to the
-    /// hole if the outline of the surface, cut along `border`, separates it from the surroundings.
+    /// `neighbourhoodFaces` tells how many of them form the surface and may count triangles that
+    /// were left out on the way here, so the two are told apart by position: a triangle belongs to
+    /// the hole if the outline of the surface, cut along `border`, separates it from the
+    /// surroundings.
     ///
     /// Results and failures as for fillHole2.
     int fairing(const std::vector<double>& neighbourhood, const int& neighbourhoodFaces,

@@ -14,6 +14,7 @@ namespace {
 /// Rounds of remeshing and of mere evening out behind it; more of either gains next to nothing.
 constexpr int remeshRounds = 2;
 constexpr int eveningRounds = 2;
+constexpr int mendingRounds = 8;
 
 void refine(DiscMesh& mesh, const std::vector<double>& sizes, bool keepShape) {
     SizeField field(mesh, sizes);
@@ -32,7 +33,9 @@ void refine(DiscMesh& mesh, const std::vector<double>& sizes, bool keepShape) {
         relaxPoints(mesh, keepShape);
         refiner.flipEdges();
     }
-    mendFlatTriangles(mesh);
+    for (int round = 0; round < mendingRounds && mendFlatTriangles(mesh); ++round) {
+        refiner.flipEdges();
+    }
 }
 
 /// The similarity between the caller's coordinates and those that stages work in: the centre of the

@@ -15,8 +15,10 @@ namespace {
 constexpr double longRatio = 1.4;
 constexpr double shortRatio = 0.8;
 
-/// Height over a border edge, relative to its length, that bisection keeps.
+/// Height over a border edge or a longer side, relative to its length, that bisection keeps; and
+/// the ratio of squared lengths up to which two sides, as of a needle, count as alike.
 constexpr double leastHeight = 0.25;
+constexpr double likeRatio = 1.2;
 
 /// A collapse may turn a triangle by the angle of this cosine.
 constexpr double leastTurnCosine = 0.2;
@@ -51,11 +53,10 @@ bool PatchRefiner::leavesHeight(int h) const {
     const Point& end = mesh.points[mesh.target(h)];
     const Point& apex = mesh.points[mesh.apex(h)];
     const double squared = (end - start).squaredNorm();
-    const double area =
-        0.5 * (end - start).cross(apex - start).norm(); // on either side of the middle
+    const double half = 0.5 * (end - start).cross(apex - start).norm(); // twice, on either side
     const auto isKept = [&](int side, double squaredSide) {
-        return (squaredSide <= 1.2 * squared && mesh.twin(side) != DiscMesh::none) ||
-               area >= leastHeight * squaredSide;
+        return (squaredSide <= likeRatio * squared && mesh.twin(side) != DiscMesh::none) ||
+               half >= leastHeight * squaredSide;
     };
     return isKept(DiscMesh::next(h), (apex - end).squaredNorm()) &&
            isKept(DiscMesh::previous(h), (apex - start).squaredNorm());

@@ -11,9 +11,10 @@ namespace {
 /// not further; one that is smaller or folded over already may only grow.
 constexpr double leastShare = 0.02;
 
-/// Triangles of less height, relative to their longest edge, are to be mended.
-constexpr double flatRatio = 1e-3;
-constexpr int mendingSweeps = 4;
+/// Triangles of less height, relative to their longest edge, are to be mended; those of far less
+/// even at the price of a fold.
+constexpr double flatRatio = 0.3;
+constexpr double degenerateRatio = 1e-3;
 
 /// The triangles around one point. The object is reused, so that its storage is.
 class Ring {
@@ -120,35 +121,34 @@ void relaxPoints(DiscMesh& mesh, bool keepShape) {
     }
 }
 
-void mendFlatTriangles(DiscMesh& mesh) {
+bool mendFlatTriangles(DiscMesh& mesh) {
     Ring ring;
-    for (int sweep = 0; sweep < mendingSweeps; ++sweep) {
-        bool moved = false;
-        for (int point = mesh.borderCount(); point < mesh.pointCount(); ++point) {
-            if (!mesh.isAlive(point)) {
-                continue;
-            }
-            ring.gather(mesh, point);
-            double best = ring.flattest(ring.position);
-            if (best > flatRatio) {
-                continue;
-            }
-            const Point plain = ring.plainCentre(), weighted = ring.weightedCentre();
-            for (const Point& candidate :
-                 {weighted, plain, Point(0.5 * (weighted + plain)),
-                  Point(0.5 * (ring.position + plain)), Point(1.5 * plain - 0.5 * ring.position)}) {
-                const double quality = ring.flattest(candidate);
-                if (quality > best) {
-                    best = quality;
-                    mesh.points[point] = candidate;
-                    moved = true;
-                }
-            }
+    bool moved = false;
+    for (int point = mesh.borderCount(); point < mesh.pointCount(); ++point) {
+        if (!mesh.isAlive(point)) {
+            continue;
         }
-        if (!moved) {
-            return;
+        ring.gather(mesh, point);
+        double best = ring.flattest(ring.position);
+        if (best > flatRatio) {
+            continue;
+        }
+        const double least = best < degenerateRatio
+                                 ? -std::numeric_limits<double>::max()
+                                 : std::min(0.0, ring.leastTriangle(ring.position));
+        const Point plain = ring.plainCentre(), weighted = ring.weightedCentre();
+        for (const Point& candidate :
+             {weighted, plain, Point(0.5 * (weighted + plain)),
+              Point(0.5 * (ring.position + plain)), Point(1.5 * plain - 0.5 * ring.position)}) {
+            const double quality = ring.flattest(candidate);
+            if (quality > best && ring.leastTriangle(candidate) >= least) {
+                best = quality;
+                mesh.points[point] = candidate;
+                moved = true;
+            }
         }
     }
+    return moved;
 }
 
 } // namespace Mesh_M::fill

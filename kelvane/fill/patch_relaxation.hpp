@@ -11,8 +11,8 @@ namespace Mesh_M::fill {
 /// slide within their tangent planes only. No triangle is folded over that was not so before.
 void relaxPoints(DiscMesh& mesh, bool keepShape);
 
-/// Moves inner points of triangles that are next to flat, as coinciding or aligned border points
-/// may leave them, to where the worst triangle around them is best. Folds are accepted here.
-void mendFlatTriangles(DiscMesh& mesh);
+/// Moves each inner point at a flat triangle, such as long, coinciding or aligned border edges
+/// leave, to where the flattest triangle around it is least flat. True if any point moved.
+bool mendFlatTriangles(DiscMesh& mesh);
 
 } // namespace Mesh_M::fill

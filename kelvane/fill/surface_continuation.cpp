@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 #include <utility>
 
 namespace Mesh_M::fill {
@@ -50,8 +51,21 @@ int countFolds(const HoleScene& scene) {
     return folds;
 }
 
+// Whether every border edge has a triangle of the surroundings. Where one has not, at an open rim,
+// the curvature that the higher order carries on is held from one side only and runs away.
+bool isSurrounded(const HoleScene& scene) {
+    std::set<std::pair<int, int>> edges;
+    for (const Triangle& t : scene.surroundings)
+        for (int c = 0; c < 3; ++c)
+            edges.insert({t[c], t[(c + 1) % 3]});
+    for (std::size_t i = 0; i < scene.border.size(); ++i)
+        if (!edges.count({scene.border[(i + 1) % scene.border.size()], scene.border[i]}))
+            return false;
+    return true;
+}
+
 bool isSound(const HoleScene& scene, const std::vector<Point>& start, int startFolds) {
-    const double reach = 1.5 * borderDiameter(scene);
+    const double reach = 0.75 * borderDiameter(scene);
     for (std::size_t v = 0; v < start.size(); ++v)
         if (!scene.points[v].allFinite() || (scene.points[v] - start[v]).norm() > reach)
             return false;
@@ -95,7 +109,8 @@ Continuation continueSurface(HoleScene& scene) {
         return Continuation::heightField;
     }
     scene.points = start;
-    if (fairByEnergy(scene, FairingOrder::triharmonic) && isSound(scene, start, folds))
+    if (isSurrounded(scene) && fairByEnergy(scene, FairingOrder::triharmonic) &&
+        isSound(scene, start, folds))
         return Continuation::triharmonic;
     scene.points = start;
     if (fairByEnergy(scene, FairingOrder::biharmonic) && isSound(scene, start, folds))

@@ -19,6 +19,12 @@ constexpr double mostHeight = 0.5; ///< mean distance from the loop's plane, rel
 constexpr double mostBulge = 0.5; ///< height of the bulge over a round loop, relative to its radius
 constexpr double leastWeight = 0.02; ///< of an edge in the Laplacian, which stays definite so
 
+/// Deviation of the squared distances from the middle from what harmonic polynomials explain, times
+/// the number of points. A loop that was cut along the edges of a mesh has 2 to 5, a smooth one 0,
+/// and one that is no ring at all much more.
+constexpr double leastRaggedness = 0.5;
+constexpr double mostRaggedness = 20.0;
+
 /// The bulge is made this many times as high as the surface's. A bi-Laplace fairing with the
 /// lengths and angles of the true surface comes out too flat; with slopes whose squares are doubled
 /// its error vanishes to leading order. Measured on spheres, tori and cylinders: the faired points'
@@ -98,6 +104,10 @@ double fitParaboloid(const FlatPatch& flat) {
     Eigen::VectorXd height = flat.z.head(flat.border);
     height -= span * (span.transpose() * height);
     const double spread = square.squaredNorm();
+    const double raggedness = std::sqrt(spread * flat.border);
+    if (!(raggedness > leastRaggedness && raggedness < mostRaggedness)) {
+        return 0.0;
+    }
     const double factor = square.dot(height) / spread;
     const double freedom = flat.border - static_cast<double>(basis.cols()) - 1.0;
     const double variance = (height - factor * square).squaredNorm() / (freedom * spread);
@@ -154,8 +164,8 @@ void guessSurface(Patch& patch) {
         !(flat.z.head(flat.border).square().mean() < mostHeight * mostHeight)) {
         return;
     }
-    const Eigen::ArrayXd paraboloid = exaggeration * fitParaboloid(flat) *
-                                      (flat.x.square() + flat.y.square());
+    const Eigen::ArrayXd paraboloid =
+        exaggeration * fitParaboloid(flat) * (flat.x.square() + flat.y.square());
     Eigen::ArrayXd heights = flat.z - paraboloid;
     if (!continueHarmonically(patch, flat, heights)) {
         return;
