@@ -13,9 +13,10 @@ source "$root/scripts/packages.sh"
 install_missing_packages
 mapfile -t options < <(build_options)
 [ -f "$build/CMakeCache.txt" ] && options=() # the generator of a build stays
+mkdir -p "$build"
 cmake -S "$root" -B "$build" "${options[@]}" -DCMAKE_BUILD_TYPE=Release \
-    -DKELVANE_BUILD_TESTS=OFF -DKELVANE_BUILD_EXAMPLES=OFF >"$build.log" 2>&1 ||
-    { cat "$build.log"; exit 1; }
+    -DKELVANE_BUILD_TESTS=OFF -DKELVANE_BUILD_EXAMPLES=OFF >"$build/configure.log" 2>&1 ||
+    { cat "$build/configure.log"; exit 1; }
 cmake --build "$build" --target kelvane_command -j "$(build_jobs)"
 
 kelvane="$build/apps/kelvane/kelvane"

@@ -28,9 +28,9 @@ consume() { # consume NAME [OPTION...]: builds the consumer project and runs its
     local name=$1
     shift
     echo "== consumer: $name"
-    configure "$root/tests/consumer" "$scratch/$name" "$@"
-    cmake --build "$scratch/$name" -j "$jobs"
-    (cd "$scratch/$name" && ctest --output-on-failure)
+    configure "$root/tests/consumer" "$scratch/consumer-$name" "$@"
+    cmake --build "$scratch/consumer-$name" -j "$jobs"
+    (cd "$scratch/consumer-$name" && ctest --output-on-failure)
 }
 
 configure "$root" "$build" -DKELVANE_BUILD_TESTS=ON
@@ -41,10 +41,11 @@ cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
 consume installed -DCMAKE_PREFIX_PATH="$scratch/prefix" -DCONSUMER_TOOLKIT=ON
 consume subdirectory -DKELVANE_SOURCE="$root"
 configure "$root" "$scratch/static" -DBUILD_SHARED_LIBS=OFF -DKELVANE_BUILD_TESTS=OFF \
-    -DKELVANE_BUILD_APPS=OFF -DKELVANE_BUILD_EXAMPLES=OFF
+    -DKELVANE_BUILD_EXAMPLES=OFF
 cmake --build "$scratch/static" -j "$jobs"
 cmake --install "$scratch/static" --prefix "$scratch/static-prefix" >/dev/null
-consume static -DCMAKE_PREFIX_PATH="$scratch/static-prefix"
+"$scratch/static-prefix/bin/kelvane" --version
+consume static -DCMAKE_PREFIX_PATH="$scratch/static-prefix" -DCONSUMER_TOOLKIT=ON
 
 echo "== tests"
 cd "$build" && ctest --output-on-failure -j "$jobs"

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <set>
 
 namespace KVN::toolkit {
@@ -98,8 +99,19 @@ std::vector<HoleResult> RunAccess::repair_whole_holes(RepairMarkers& run, Method
 
     begins(RunStage::fill);
     const int holes = static_cast<int>(run.holePoints.size());
+    // Each hole works on its own slot and a mesh of its own; an exception must not leave the region.
+    std::exception_ptr failure;
+#pragma omp parallel for schedule(dynamic) num_threads(threads)
     for (int i = 0; i < holes; ++i) {
-        method == Method::high ? run.Repair_High_Resolution(i) : run.Repair_Low_Resolution(i);
+        try {
+            method == Method::high ? run.Repair_High_Resolution(i) : run.Repair_Low_Resolution(i);
+        } catch (...) {
+#pragma omp critical
+            failure = std::current_exception();
+        }
+    }
+    if (failure) {
+        std::rethrow_exception(failure);
     }
 
     begins(RunStage::insertion);
