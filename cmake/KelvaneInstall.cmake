@@ -12,6 +12,7 @@ install(EXPORT kelvaneTargets NAMESPACE kelvane:: DESTINATION "${kelvane_package
 # Only what callers may include; the other headers are the sources' own.
 foreach(header
         export.hpp
+        names.hpp
         kernel/mesh_build.hpp
         kernel/mesh_check.hpp
         kernel/mesh_kernel.hpp

@@ -29,7 +29,8 @@ class HeightModel {
     double noise() const { return noise_; }
 
     /// Probability that the surface is rough: that its content falls off as a power of the degree,
-    /// which leaves much to chance where there are no samples. 0 for smooth surfaces.
+    /// which leaves much to chance where there are no samples. Near 0 for smooth surfaces, about a
+    /// third where the samples have no content beyond arcs and noise.
     double roughness() const { return roughness_; }
 
   private:

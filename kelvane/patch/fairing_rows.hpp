@@ -13,19 +13,20 @@ namespace KVN {
 /// Expands (L (L u))(r) for the free vertices r of a patch. L at a vertex i is
 /// w(i) * sum over its edges e of g(e) * (u(i) - u(j(e))), w(i) = 0.5 / area(i).
 ///
-/// The terms are formed and summed in the order of the plain recursion (PatchFairing::computeRow), so
-/// that every sum has the same bits; but areas and weights are evaluated once per vertex, and the terms
-/// of a row meet in a flat array. Reads the mesh only.
+/// The terms are formed and summed in the order of the plain recursion (PatchFairing::computeRow),
+/// so that every sum has the same bits; but areas and weights are evaluated once per vertex, and
+/// the terms of a row meet in a flat array. Reads the mesh only.
 class FairingRows {
   public:
-    /// `free` gives the unknowns in the order of their numbers, each once. `area` and `weight` evaluate
-    /// one vertex and one edge.
+    /// `free` gives the unknowns in the order of their numbers, each once. `area` and `weight`
+    /// evaluate one vertex and one edge.
     FairingRows(const std::vector<Mesh_R::_vert*>& free,
                 const std::function<double(const Mesh_R::_vert*)>& area,
                 const std::function<double(const Mesh_R::_edge*)>& weight);
 
-    /// Row of unknown `row`: its matrix entries (column, value) by ascending column, each column once,
-    /// into `entries`; the terms of fixed vertices, moved to the right, into `right` (x, y, z).
+    /// Row of unknown `row`: its matrix entries (column, value) by ascending column, each column
+    /// once, into `entries`; the terms of fixed vertices, moved to the right, into `right` (x, y,
+    /// z).
     void expand(int row, std::vector<std::pair<int, double>>& entries, double (&right)[3]);
 
   private:

@@ -2,22 +2,13 @@
 // equation.
 #pragma once
 
-#include "kelvane/fill/hole_filling.hpp"
-#include "kelvane/kernel/mesh_kernel.hpp"
+#include "kelvane/names.hpp"
 
 #include <map>
 #include <utility>
 #include <vector>
 
 namespace KVN {
-
-using Mesh_M::Mesh;
-using Mesh_M::MyFace;
-using Mesh_M::MyOFFDataNew;
-using Mesh_M::MyPoint3;
-using Mesh_R::_edge;
-using Mesh_R::_face;
-using Mesh_R::_vert;
 
 /// One patch, one solve. The patch's vertices from `patch.freeStart` on are free; every other
 /// vertex of the mesh is fixed data. For each free vertex r and each coordinate, (L (L u))(r) = 0

@@ -3,7 +3,6 @@
 #include "kelvane/patch/patch_fairing.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
-
 #include <algorithm>
 
 namespace KVN {

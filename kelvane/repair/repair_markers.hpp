@@ -19,8 +19,7 @@
 #pragma once
 
 #include "kelvane/export.hpp"
-#include "kelvane/fill/hole_filling.hpp"
-#include "kelvane/kernel/mesh_kernel.hpp"
+#include "kelvane/names.hpp"
 #include "kelvane/repair/run_observer.hpp"
 
 #include <pcl/kdtree/kdtree_flann.h>
@@ -30,14 +29,6 @@
 #include <vector>
 
 namespace KVN {
-
-using Mesh_M::Mesh;
-using Mesh_M::MyFace;
-using Mesh_M::MyOFFDataNew;
-using Mesh_M::MyPoint3;
-using Mesh_R::_edge;
-using Mesh_R::_face;
-using Mesh_R::_vert;
 
 /// One circular reference marker on the scanned surface.
 struct Marker {

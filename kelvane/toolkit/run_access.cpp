@@ -99,7 +99,8 @@ std::vector<HoleResult> RunAccess::repair_whole_holes(RepairMarkers& run, Method
 
     begins(RunStage::fill);
     const int holes = static_cast<int>(run.holePoints.size());
-    // Each hole works on its own slot and a mesh of its own; an exception must not leave the region.
+    // Each hole works on its own slot and a mesh of its own; an exception must not leave the
+    // region.
     std::exception_ptr failure;
 #pragma omp parallel for schedule(dynamic) num_threads(threads)
     for (int i = 0; i < holes; ++i) {

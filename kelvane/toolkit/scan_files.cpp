@@ -94,6 +94,9 @@ Scan read_scan(const std::filesystem::path& file) {
 
 void write_scan(const std::filesystem::path& file, const Scan& scan) {
     const Format& format = format_of(file);
+    if (scan.face_count() == 0) {
+        throw InputError(file.string() + ": is not written, since no face of the scan is left");
+    }
     OutputFile out(file);
     if (format.check == nullptr) {
         write_off(out, scan);

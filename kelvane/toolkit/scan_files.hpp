@@ -33,8 +33,8 @@ KELVANE_EXPORT Scan read_scan(const std::filesystem::path& file);
 ///
 /// The data go to a new file beside `file`, which is renamed when all is on disk: after a failure
 /// the old file is as it was and nothing else is left. A link is followed; a device or pipe is
-/// written to directly. Throws InputError for an unknown extension or a name that is a directory,
-/// SystemError if the system refuses.
+/// written to directly. Throws InputError for an unknown extension, a name that is a directory, or
+/// a scan without faces, SystemError if the system refuses.
 KELVANE_EXPORT void write_scan(const std::filesystem::path& file, const Scan& scan);
 
 /// Throws what write_scan() would throw for `file` before it writes the first byte: an early look

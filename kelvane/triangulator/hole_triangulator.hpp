@@ -2,8 +2,7 @@
 // even.
 #pragma once
 
-#include "kelvane/fill/hole_filling.hpp"
-#include "kelvane/kernel/mesh_kernel.hpp"
+#include "kelvane/names.hpp"
 
 #include <Eigen/Core>
 
@@ -11,11 +10,6 @@
 #include <vector>
 
 namespace KVN {
-
-using Mesh_M::Mesh;
-using Mesh_R::_edge;
-using Mesh_R::_face;
-using Mesh_R::_vert;
 
 /// One object serves one hole: construct, fill_front() once, destroy. `boundary` is the hole's
 /// border in walking order, and its vertices are the first records of the mesh's vertex store, in

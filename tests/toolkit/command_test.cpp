@@ -68,11 +68,19 @@ TEST_F(Command, OutputMayBeTheScanItselfInAnyFormat) {
 }
 
 TEST_F(Command, CutInfoDemoAndCompare) {
-    folder.put("blocks.csv", "x,y,z,radius\n0,0,0,5\n");
+    // Two that overlap and one that touches nothing.
+    folder.put("blocks.csv", "x,y,z,radius\n0,0,0,5\n3,0,0,5\n900,0,0,5\n");
     EXPECT_EQ(run("cut truth.ply --blocks blocks.csv --output cut.ply").status, 0);
     const auto info = nlohmann::json::parse(run("info cut.ply --json").out);
     EXPECT_EQ(info["boundary_loops"], 2);
     EXPECT_NE(run("info cut.ply").out.find("boundary loops      2"), std::string::npos);
+
+    folder.put("all.csv", "x,y,z,radius\n0,0,0,500\n");
+    const std::string kept = test::content(folder / "cut.ply");
+    const auto nothing_left = run("cut truth.ply --blocks all.csv --output cut.ply");
+    EXPECT_EQ(nothing_left.status, 2);
+    EXPECT_NE(nothing_left.err.find("no face of the scan is left"), std::string::npos);
+    EXPECT_EQ(test::content(folder / "cut.ply"), kept);
 
     EXPECT_EQ(run("repair scan.ply --markers markers.csv --output out.ply").status, 0);
     const auto before =
