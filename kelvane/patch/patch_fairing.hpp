@@ -46,7 +46,8 @@ class PatchFairing {
     /// Mixed Voronoi area of `v`; 0 with fewer than two faces.
     double mixedArea(const _vert* v);
 
-    std::map<std::pair<int, int>, double> coefficients; ///< (row, column) of the system matrix
+    std::map<std::pair<int, int>, double>
+        coefficients; ///< what computeRow adds up, by (row, column)
     Mesh* mesh;
     const MyOFFDataNew* patch;
     const std::vector<_vert*>* vertices;
