@@ -1,8 +1,8 @@
 #include "marked_scan.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
-#include "kelvane/toolkit/marker_files.hpp"
-#include "kelvane/toolkit/scan_files.hpp"
+#include "kelvane/toolkit/job/marker_files.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
 
 #include <algorithm>
 #include <fstream>

@@ -4,7 +4,7 @@
 #include "peer_fill.hpp"
 
 #include "kelvane/kernel/mesh_build.hpp"
-#include "kelvane/toolkit/scan_info.hpp"
+#include "kelvane/toolkit/measure/scan_info.hpp"
 
 #include <algorithm>
 #include <map>

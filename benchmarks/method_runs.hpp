@@ -5,7 +5,7 @@
 #include "patch_metrics.hpp"
 #include "peer_fill.hpp"
 
-#include "kelvane/toolkit/marker_repair.hpp"
+#include "kelvane/toolkit/job/marker_repair.hpp"
 
 #include <string>
 #include <vector>

@@ -6,7 +6,7 @@
 #include "statistics.hpp"
 #include "stopwatch.hpp"
 
-#include "kelvane/toolkit/scan_files.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
 
 #include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>

@@ -1,7 +1,7 @@
 // The plain triangle mesh that all parts of the benchmarks share. Lengths in millimetres.
 #pragma once
 
-#include "kelvane/toolkit/scan.hpp"
+#include "kelvane/toolkit/scan/scan.hpp"
 
 #include <Eigen/Core>
 

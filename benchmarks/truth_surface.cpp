@@ -1,6 +1,6 @@
 #include "truth_surface.hpp"
 
-#include "kelvane/toolkit/surface_distance.hpp"
+#include "kelvane/toolkit/measure/surface_distance.hpp"
 
 #include <Eigen/Geometry>
 

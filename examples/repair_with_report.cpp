@@ -1,8 +1,8 @@
 // Repairs a synthetic scan, prints what became of each marker while it shows the progress, and
 // measures the result against the true surface.
-#include "kelvane/toolkit/marker_deviation.hpp"
-#include "kelvane/toolkit/marker_repair.hpp"
-#include "kelvane/toolkit/synthetic_scan.hpp"
+#include "kelvane/toolkit/job/marker_repair.hpp"
+#include "kelvane/toolkit/measure/marker_deviation.hpp"
+#include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 
 #include <cstdio>
 

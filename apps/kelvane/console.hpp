@@ -2,7 +2,7 @@
 #pragma once
 
 #include "kelvane/kernel/mesh_build.hpp"
-#include "kelvane/toolkit/progress.hpp"
+#include "kelvane/toolkit/job/progress.hpp"
 
 #include <cstdint>
 #include <string>

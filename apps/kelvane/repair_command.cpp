@@ -2,10 +2,10 @@
 #include "console.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
-#include "kelvane/toolkit/marker_files.hpp"
-#include "kelvane/toolkit/marker_repair.hpp"
-#include "kelvane/toolkit/report_json.hpp"
-#include "kelvane/toolkit/scan_files.hpp"
+#include "kelvane/toolkit/job/marker_files.hpp"
+#include "kelvane/toolkit/job/marker_repair.hpp"
+#include "kelvane/toolkit/report/report_json.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
 #include "kelvane/toolkit/text_file.hpp"
 
 #include <cstdio>

@@ -2,14 +2,14 @@
 #include "commands.hpp"
 #include "console.hpp"
 
-#include "kelvane/toolkit/block_cut.hpp"
 #include "kelvane/toolkit/errors.hpp"
-#include "kelvane/toolkit/marker_deviation.hpp"
-#include "kelvane/toolkit/marker_files.hpp"
-#include "kelvane/toolkit/report_json.hpp"
-#include "kelvane/toolkit/scan_files.hpp"
-#include "kelvane/toolkit/scan_info.hpp"
-#include "kelvane/toolkit/synthetic_scan.hpp"
+#include "kelvane/toolkit/job/block_cut.hpp"
+#include "kelvane/toolkit/job/marker_files.hpp"
+#include "kelvane/toolkit/measure/marker_deviation.hpp"
+#include "kelvane/toolkit/measure/scan_info.hpp"
+#include "kelvane/toolkit/report/report_json.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
+#include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 
 #include <cmath>
 #include <filesystem>

@@ -1,5 +1,5 @@
+#include "kelvane/fill/disc/patch_builder.hpp"
 #include "kelvane/fill/hole_filling.hpp"
-#include "kelvane/fill/patch_builder.hpp"
 
 #include <algorithm>
 
@@ -7,11 +7,11 @@ namespace Mesh_M {
 
 int Orbrel::fillHoleWithoutFair(const std::vector<double>& border, MyOFFDataNew& patch) {
     std::vector<fill::Point> loop;
-    if (!fill::readBorder(border, loop)) {
+    if (!fill::read_border(border, loop)) {
         return -1;
     }
     fill::Patch built;
-    if (!fill::buildPatch(loop, built)) {
+    if (!fill::build_patch(loop, built)) {
         return -2;
     }
     MyOFFDataNew result;

@@ -1,6 +1,6 @@
+#include "kelvane/fill/continuation/neighbourhood_surface.hpp"
+#include "kelvane/fill/continuation/surface_continuation.hpp"
 #include "kelvane/fill/hole_filling.hpp"
-#include "kelvane/fill/neighbourhood_surface.hpp"
-#include "kelvane/fill/surface_continuation.hpp"
 
 namespace Mesh_M {
 
@@ -9,11 +9,12 @@ int Orbrel::fairing(const std::vector<double>& neighbourhood, const int& neighbo
                     std::vector<MyFace>& faces, std::vector<MyPoint3>& normals,
                     std::vector<int>& borderIndices) {
     fill::HoleScene scene;
-    if (!fill::readScene(neighbourhood, border, true, neighbourhoodFaces, scene) ||
-        scene.patch.empty())
+    if (!fill::read_scene(neighbourhood, border, true, neighbourhoodFaces, scene) ||
+        scene.patch.empty()) {
         return -1;
-    fill::continueSurface(scene);
-    fill::writePatch(scene, points, faces, normals, borderIndices);
+    }
+    fill::continue_surface(scene);
+    fill::write_patch(scene, points, faces, normals, borderIndices);
     return 0;
 }
 

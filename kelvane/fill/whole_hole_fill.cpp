@@ -1,7 +1,7 @@
+#include "kelvane/fill/continuation/neighbourhood_surface.hpp"
+#include "kelvane/fill/continuation/surface_continuation.hpp"
+#include "kelvane/fill/disc/patch_builder.hpp"
 #include "kelvane/fill/hole_filling.hpp"
-#include "kelvane/fill/neighbourhood_surface.hpp"
-#include "kelvane/fill/patch_builder.hpp"
-#include "kelvane/fill/surface_continuation.hpp"
 
 #include <algorithm>
 #include <set>
@@ -15,13 +15,15 @@ namespace {
 
 // The wished edge length at each border point: the mean of all edges of the surroundings there,
 // held near that of the border's own edges, which a ragged border makes uneven.
-std::vector<double> surroundingSizes(const HoleScene& scene, const std::vector<Point>& border) {
+std::vector<double> surrounding_sizes(const HoleScene& scene, const std::vector<Point>& border) {
     std::vector<double> sums(scene.points.size(), 0.0);
     std::vector<int> counts(scene.points.size(), 0);
     std::set<std::pair<int, int>> edges;
-    for (const Triangle& t : scene.surroundings)
-        for (int c = 0; c < 3; ++c)
+    for (const Triangle& t : scene.surroundings) {
+        for (int c = 0; c < 3; ++c) {
             edges.insert(std::minmax(t[c], t[(c + 1) % 3]));
+        }
+    }
     for (const auto& [a, b] : edges) {
         const double length =
             (scene.points[static_cast<std::size_t>(a)] - scene.points[static_cast<std::size_t>(b)])
@@ -31,21 +33,23 @@ std::vector<double> surroundingSizes(const HoleScene& scene, const std::vector<P
             ++counts[static_cast<std::size_t>(v)];
         }
     }
-    std::vector<double> sizes = borderSizes(border);
+    std::vector<double> sizes = border_sizes(border);
     for (std::size_t i = 0; i < sizes.size(); ++i) {
         const auto v = static_cast<std::size_t>(scene.border[i]);
-        if (counts[v] > 0)
+        if (counts[v] > 0) {
             sizes[i] = std::clamp(sums[v] / counts[v], 0.5 * sizes[i], 2.0 * sizes[i]);
+        }
     }
     return sizes;
 }
 
 // The scene's patch with the border points in front, as the patch builder wants it.
-Patch toPatch(const HoleScene& scene, const Patch& layout) {
+Patch to_patch(const HoleScene& scene, const Patch& layout) {
     Patch patch = layout;
     const std::size_t first = scene.points.size() - (layout.points.size() - scene.border.size());
-    for (std::size_t i = scene.border.size(); i < patch.points.size(); ++i)
+    for (std::size_t i = scene.border.size(); i < patch.points.size(); ++i) {
         patch.points[i] = scene.points[first + i - scene.border.size()];
+    }
     return patch;
 }
 
@@ -59,21 +63,22 @@ int Orbrel::fillHole2(const std::vector<double>& neighbourhood, const std::vecto
     fill::HoleScene around;
     std::vector<fill::Point> loop;
     fill::Patch patch;
-    if (!fill::readScene(neighbourhood, border, false, 0, around) ||
-        !fill::readBorder(border, loop) || !fill::buildPatch(loop, patch))
+    if (!fill::read_scene(neighbourhood, border, false, 0, around) ||
+        !fill::read_border(border, loop) || !fill::build_patch(loop, patch)) {
         return -1;
+    }
     fill::HoleScene scene = around;
-    fill::adoptPatch(patch, scene);
-    fill::continueSurface(scene);
+    fill::adopt_patch(patch, scene);
+    fill::continue_surface(scene);
 
     // A curved surface has more room than the membrane that the patch began as.
-    fill::Patch denser = fill::toPatch(scene, patch);
-    if (fill::refinePatch(denser, fill::surroundingSizes(scene, loop), true)) {
+    fill::Patch denser = fill::to_patch(scene, patch);
+    if (fill::refine_patch(denser, fill::surrounding_sizes(scene, loop), true)) {
         scene = around;
-        fill::adoptPatch(denser, scene);
-        fill::continueSurface(scene);
+        fill::adopt_patch(denser, scene);
+        fill::continue_surface(scene);
     }
-    fill::writePatch(scene, points, faces, normals, borderIndices);
+    fill::write_patch(scene, points, faces, normals, borderIndices);
     return 0;
 }
 

@@ -1,6 +1,6 @@
 #include "kelvane/toolkit/text_file.hpp"
 
-#include "kelvane/toolkit/formats/output_file.hpp"
+#include "kelvane/toolkit/scan/formats/output_file.hpp"
 
 namespace KVN::toolkit {
 

@@ -45,7 +45,7 @@ class HoleTriangulator {
     /// are full.
     _face* add_ear(_vert* a, _vert* b, _vert* c);
 
-    // patch_refinement.cpp
+    // front_refinement.cpp
     /// Splits the faces of `newFaces` at their centroids down to the density of the surface around
     /// them, with a relaxation by flips after every pass; appends the faces made.
     void refine_patch(std::vector<_face*>& newFaces);
@@ -72,7 +72,7 @@ class HoleTriangulator {
     bool flip_lowers_valence(_edge* e);
     void flip_for_valence();
 
-    // patch_relaxation.cpp
+    // front_relaxation.cpp
     /// Moves all free vertices at once to the least-squares solution of "the uniform Laplacian is
     /// zero" at every free and every boundary vertex. The result depends on the connectivity and
     /// the kept positions only. Where the factorisation fails nothing moves.

@@ -1,16 +1,16 @@
 // Repairs a small synthetic scan by the toolkit; ends with 0 if every marker on it is repaired.
-#include <kelvane/toolkit/block_cut.hpp>
 #include <kelvane/toolkit/errors.hpp>
-#include <kelvane/toolkit/marker_deviation.hpp>
-#include <kelvane/toolkit/marker_files.hpp>
-#include <kelvane/toolkit/marker_repair.hpp>
-#include <kelvane/toolkit/patch_check.hpp>
-#include <kelvane/toolkit/report_json.hpp>
-#include <kelvane/toolkit/scan_files.hpp>
-#include <kelvane/toolkit/scan_info.hpp>
-#include <kelvane/toolkit/scan_mesh.hpp>
-#include <kelvane/toolkit/surface_distance.hpp>
-#include <kelvane/toolkit/synthetic_scan.hpp>
+#include <kelvane/toolkit/job/block_cut.hpp>
+#include <kelvane/toolkit/job/marker_files.hpp>
+#include <kelvane/toolkit/job/marker_repair.hpp>
+#include <kelvane/toolkit/job/patch_soundness.hpp>
+#include <kelvane/toolkit/measure/marker_deviation.hpp>
+#include <kelvane/toolkit/measure/scan_info.hpp>
+#include <kelvane/toolkit/measure/surface_distance.hpp>
+#include <kelvane/toolkit/report/report_json.hpp>
+#include <kelvane/toolkit/scan/scan_files.hpp>
+#include <kelvane/toolkit/scan/scan_mesh.hpp>
+#include <kelvane/toolkit/synthesis/synthetic_scan.hpp>
 #include <kelvane/toolkit/text_file.hpp>
 
 #include <cstdio>

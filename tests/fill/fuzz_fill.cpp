@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    constexpr std::size_t mostPoints = 200;
+    constexpr std::size_t most_points = 200;
     if (size < 2) {
         return 0;
     }
@@ -15,7 +15,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const int mask = (2 << (data[0] % 8)) - 1;
     const double step = data[0] & 128 ? 1e-3 : 1.0;
     std::vector<double> border;
-    for (std::size_t i = 1; i < size && i <= 3 * mostPoints; ++i) {
+    for (std::size_t i = 1; i < size && i <= 3 * most_points; ++i) {
         border.push_back(step * (data[i] & mask));
     }
     border.resize(border.size() / 3 * 3);

@@ -3,7 +3,7 @@
 // old output as it was.
 #include "toolkit_support.hpp"
 
-#include "kelvane/toolkit/scan_files.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
 
 #include <cstdint>
 #include <cstring>

@@ -1,9 +1,9 @@
 // The command from end to end.
 #include "toolkit_support.hpp"
 
-#include "kelvane/toolkit/marker_files.hpp"
-#include "kelvane/toolkit/scan_files.hpp"
-#include "kelvane/toolkit/synthetic_scan.hpp"
+#include "kelvane/toolkit/job/marker_files.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
+#include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 
 #include <nlohmann/json.hpp>
 

@@ -1,10 +1,10 @@
 // Whole repairs of larger scans, each a folder with marked.ply, truth.ply and markers.csv. The
 // folders are looked for where the environment variable KELVANE_SCANS says.
-#include "kelvane/toolkit/marker_deviation.hpp"
-#include "kelvane/toolkit/marker_files.hpp"
-#include "kelvane/toolkit/marker_repair.hpp"
-#include "kelvane/toolkit/scan_files.hpp"
-#include "kelvane/toolkit/scan_info.hpp"
+#include "kelvane/toolkit/job/marker_files.hpp"
+#include "kelvane/toolkit/job/marker_repair.hpp"
+#include "kelvane/toolkit/measure/marker_deviation.hpp"
+#include "kelvane/toolkit/measure/scan_info.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "toolkit_support.hpp"
 
-#include "kelvane/toolkit/marker_files.hpp"
+#include "kelvane/toolkit/job/marker_files.hpp"
 
 #include <cstring>
 

@@ -2,13 +2,13 @@
 #include "toolkit_support.hpp"
 
 #include "kelvane/kernel/mesh_check.hpp"
-#include "kelvane/toolkit/block_cut.hpp"
 #include "kelvane/toolkit/errors.hpp"
-#include "kelvane/toolkit/marker_deviation.hpp"
-#include "kelvane/toolkit/marker_repair.hpp"
-#include "kelvane/toolkit/scan_info.hpp"
-#include "kelvane/toolkit/scan_mesh.hpp"
-#include "kelvane/toolkit/synthetic_scan.hpp"
+#include "kelvane/toolkit/job/block_cut.hpp"
+#include "kelvane/toolkit/job/marker_repair.hpp"
+#include "kelvane/toolkit/measure/marker_deviation.hpp"
+#include "kelvane/toolkit/measure/scan_info.hpp"
+#include "kelvane/toolkit/scan/scan_mesh.hpp"
+#include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 
 #include <cmath>
 #include <cstring>

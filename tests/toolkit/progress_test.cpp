@@ -1,5 +1,5 @@
 #include "kelvane/toolkit/errors.hpp"
-#include "kelvane/toolkit/progress.hpp"
+#include "kelvane/toolkit/job/progress.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "kelvane/toolkit/report_json.hpp"
+#include "kelvane/toolkit/report/report_json.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>

@@ -1,8 +1,8 @@
 #include "toolkit_support.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
-#include "kelvane/toolkit/portable_random.hpp"
-#include "kelvane/toolkit/scan_files.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
+#include "kelvane/toolkit/synthesis/portable_random.hpp"
 
 #include <algorithm>
 #include <cmath>

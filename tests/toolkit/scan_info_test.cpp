@@ -1,6 +1,6 @@
 #include "toolkit_support.hpp"
 
-#include "kelvane/toolkit/scan_info.hpp"
+#include "kelvane/toolkit/measure/scan_info.hpp"
 
 #include <limits>
 

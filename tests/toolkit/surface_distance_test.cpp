@@ -1,8 +1,8 @@
 #include "toolkit_support.hpp"
 
-#include "kelvane/toolkit/portable_random.hpp"
-#include "kelvane/toolkit/surface_distance.hpp"
-#include "kelvane/toolkit/synthetic_scan.hpp"
+#include "kelvane/toolkit/measure/surface_distance.hpp"
+#include "kelvane/toolkit/synthesis/portable_random.hpp"
+#include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,9 +1,9 @@
 #include "toolkit_support.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
-#include "kelvane/toolkit/scan_info.hpp"
-#include "kelvane/toolkit/surface_distance.hpp"
-#include "kelvane/toolkit/synthetic_scan.hpp"
+#include "kelvane/toolkit/measure/scan_info.hpp"
+#include "kelvane/toolkit/measure/surface_distance.hpp"
+#include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 
 #include <algorithm>
 #include <array>

@@ -1,7 +1,7 @@
 // A folder of its own per test, the built command, and small scans.
 #pragma once
 
-#include "kelvane/toolkit/scan.hpp"
+#include "kelvane/toolkit/scan/scan.hpp"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,52 @@
+// A smooth height field z(x, y) learnt from scattered, noisy samples.
+#pragma once
+
+#include "kelvane/fill/continuation/arc_fit.hpp"
+#include "kelvane/fill/continuation/disc_polynomials.hpp"
+
+#include <Eigen/Core>
+
+#include <vector>
+
+namespace Mesh_M::fill {
+
+/// Bayesian polynomial regression on a disc. Polynomials up to degree 2 are free, higher degrees
+/// have a zero-mean normal prior whose variance falls with the degree. How it falls, its scale, the
+/// noise of the samples and whether curvatures rather stay constant (ArcExcess) are weighed by the
+/// restricted likelihood of the samples, so that exact samples are met to rounding, noisy ones are
+/// averaged, and nothing has to be set. Samples that lie apart from the rest lose weight.
+class HeightModel {
+  public:
+    /// Learns from samples at `places` with heights `heights`. `domain` are further places where
+    /// the model will be asked. Deviations below the length `resolution` never count as outliers.
+    /// False if there are too few samples or they do not fix a quadric.
+    bool fit(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
+             const std::vector<Eigen::Vector2d>& domain, double resolution);
+
+    double operator()(const Eigen::Vector2d& place) const;
+
+    /// Estimated standard deviation of a sample about the surface, along the height.
+    double noise() const { return noise_; }
+
+    /// Probability that the surface is rough: that its content falls off as a power of the degree,
+    /// which leaves much to chance where there are no samples. Near 0 for smooth surfaces, about a
+    /// third where the samples have no content beyond arcs and noise.
+    double roughness() const { return roughness_; }
+
+  private:
+    struct Evidence;
+    struct Mixture;
+    static int choose_degree(std::size_t samples);
+    bool solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& heights,
+               const Eigen::VectorXd& excess, const Eigen::VectorXd& weights, bool may_arc);
+
+    DiscPolynomials basis_;
+    ArcExcess arc_;
+    double arcShare_ = 0.0;
+    double roughness_ = 0.0;
+    Eigen::VectorXd coefficients_;
+    Eigen::VectorXd folded_; ///< the same for the basis' products
+    double noise_ = 0.0;
+};
+
+} // namespace Mesh_M::fill

@@ -1,0 +1,137 @@
+#include "kelvane/fill/continuation/surface_continuation.hpp"
+
+#include "kelvane/fill/continuation/energy_fairing.hpp"
+#include "kelvane/fill/continuation/height_placement.hpp"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <utility>
+
+namespace Mesh_M::fill {
+
+namespace {
+
+Point triangle_area(const HoleScene& scene, const Triangle& t) {
+    const Point& a = scene.points[static_cast<std::size_t>(t[0])];
+    const Point& b = scene.points[static_cast<std::size_t>(t[1])];
+    const Point& c = scene.points[static_cast<std::size_t>(t[2])];
+    return (b - a).cross(c - a);
+}
+
+double border_diameter(const HoleScene& scene) {
+    Point low = scene.points[static_cast<std::size_t>(scene.border.front())];
+    Point high = low;
+    for (const int v : scene.border) {
+        low = low.cwiseMin(scene.points[static_cast<std::size_t>(v)]);
+        high = high.cwiseMax(scene.points[static_cast<std::size_t>(v)]);
+    }
+    return (high - low).norm();
+}
+
+bool can_move(const HoleScene& scene, const Triangle& t) {
+    return std::any_of(t.begin(), t.end(),
+                       [&](int v) { return scene.movable[static_cast<std::size_t>(v)] != 0; });
+}
+
+// Edges of the patch across which the surface turns back by more than 120 degrees.
+int count_folds(const HoleScene& scene) {
+    constexpr double back_cosine = -0.5;
+    std::map<std::pair<int, int>, Point> normals;
+    int folds = 0;
+    for (const Triangle& t : scene.patch) {
+        const Point normal = triangle_area(scene, t).stableNormalized();
+        for (int c = 0; c < 3; ++c) {
+            const auto other = normals.find({t[(c + 1) % 3], t[c]});
+            if (other != normals.end() && other->second.dot(normal) < back_cosine) {
+                ++folds;
+            }
+            normals[{t[c], t[(c + 1) % 3]}] = normal;
+        }
+    }
+    return folds;
+}
+
+// Whether every border edge has a triangle of the surroundings. Where one has not, at an open rim,
+// the curvature that the higher order carries on is held from one side only and runs away.
+bool is_surrounded(const HoleScene& scene) {
+    std::set<std::pair<int, int>> edges;
+    for (const Triangle& t : scene.surroundings) {
+        for (int c = 0; c < 3; ++c) {
+            edges.insert({t[c], t[(c + 1) % 3]});
+        }
+    }
+    for (std::size_t i = 0; i < scene.border.size(); ++i) {
+        if (!edges.count({scene.border[(i + 1) % scene.border.size()], scene.border[i]})) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool is_sound(const HoleScene& scene, const std::vector<Point>& start, int start_folds) {
+    const double reach = 0.75 * border_diameter(scene);
+    for (std::size_t v = 0; v < start.size(); ++v) {
+        if (!scene.points[v].allFinite() || (scene.points[v] - start[v]).norm() > reach) {
+            return false;
+        }
+    }
+    const double least = 1e-12 * reach * reach;
+    for (const Triangle& t : scene.patch) {
+        if (can_move(scene, t) && !(triangle_area(scene, t).norm() > least)) {
+            return false;
+        }
+    }
+    return count_folds(scene) <= start_folds;
+}
+
+// On rough ground the trend of the surroundings and their mere tangents foretell about equally well
+// and err differently, so that the mean of both errs less than either.
+void blend_with_fairing(HoleScene& scene, const std::vector<Point>& start, int start_folds,
+                        double roughness) {
+    constexpr double greatest_share = 0.5;
+    constexpr double negligible = 1e-3;
+    const double share = greatest_share * roughness;
+    if (share < negligible) {
+        return;
+    }
+    const std::vector<Point> placed = scene.points;
+    scene.points = start;
+    if (!fair_by_energy(scene, FairingOrder::biharmonic) || !is_sound(scene, start, start_folds)) {
+        scene.points = placed;
+        return;
+    }
+    for (std::size_t v = 0; v < placed.size(); ++v) {
+        if (scene.movable[v]) {
+            scene.points[v] = (1.0 - share) * placed[v] + share * scene.points[v];
+        }
+    }
+    if (!is_sound(scene, start, start_folds)) {
+        scene.points = placed;
+    }
+}
+
+} // namespace
+
+Continuation continue_surface(HoleScene& scene) {
+    const std::vector<Point> start = scene.points;
+    const int folds = count_folds(scene);
+    double roughness = 0.0;
+    if (place_on_height_field(scene, roughness) && is_sound(scene, start, folds)) {
+        blend_with_fairing(scene, start, folds, roughness);
+        return Continuation::height_field;
+    }
+    scene.points = start;
+    if (is_surrounded(scene) && fair_by_energy(scene, FairingOrder::triharmonic) &&
+        is_sound(scene, start, folds)) {
+        return Continuation::triharmonic;
+    }
+    scene.points = start;
+    if (fair_by_energy(scene, FairingOrder::biharmonic) && is_sound(scene, start, folds)) {
+        return Continuation::biharmonic;
+    }
+    scene.points = start;
+    return Continuation::unchanged;
+}
+
+} // namespace Mesh_M::fill

@@ -1,0 +1,36 @@
+// Inserts and removes inner points of a disc until its edges have the lengths of its size field.
+#pragma once
+
+#include "kelvane/fill/disc/edge_flips.hpp"
+#include "kelvane/fill/disc/size_field.hpp"
+
+namespace Mesh_M::fill {
+
+class PatchRefiner {
+  public:
+    PatchRefiner(DiscMesh& mesh, SizeField& field);
+
+    /// Brings a coarse triangulation down to the sizes.
+    void bisect_long_edges();
+    /// One pass each of the isotropic remeshing of a mesh that is nearly as wished.
+    void split_long_edges();
+    void collapse_short_edges();
+    /// Delaunay flips all over the mesh that make no chord.
+    void flip_edges();
+    /// Puts a point on every inner edge that joins two border points.
+    void cut_chords();
+
+  private:
+    double ratio(int h) const;
+    bool is_flat(int h) const;
+    int bisect(int h);
+    bool may_bisect(int h) const;
+    bool leaves_height(int h) const;
+    bool may_collapse(int h) const;
+
+    DiscMesh& mesh;
+    SizeField& field;
+    std::size_t point_limit; ///< no more points than this, whatever the sizes ask for
+};
+
+} // namespace Mesh_M::fill

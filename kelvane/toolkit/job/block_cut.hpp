@@ -1,0 +1,29 @@
+// Spherical blocks cut out of a scan.
+#pragma once
+
+#include "kelvane/export.hpp"
+#include "kelvane/kernel/mesh_build.hpp"
+#include "kelvane/toolkit/job/marker_files.hpp"
+#include "kelvane/toolkit/scan/scan.hpp"
+
+#include <cstdint>
+#include <vector>
+
+namespace KVN::toolkit {
+
+/// What a cut did.
+struct CutReport {
+    std::int64_t vertices_before = 0;
+    std::int64_t faces_before = 0;
+    std::int64_t vertices_after = 0;
+    std::int64_t faces_after = 0;
+    std::int64_t short_faces = 0; ///< faces of the file with too few corners, left out
+    Mesh_M::BuildReport loaded;   ///< faces that the mesh took and refused, by reason
+};
+
+/// Deletes every face with a vertex inside one of the blocks, and the vertices that this leaves
+/// without a face; the holes stay open. All other vertices keep their bits and their order. After
+/// an exception `scan` is as it was.
+KELVANE_EXPORT CutReport cut_blocks(Scan& scan, const std::vector<Block>& blocks);
+
+} // namespace KVN::toolkit

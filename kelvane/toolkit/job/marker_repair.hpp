@@ -1,0 +1,121 @@
+// Removal of markers from a scan, with a report of what happened to each of them.
+//
+//     Scan scan = read_scan("part.ply");
+//     RepairReport report = repair_scan(scan, read_markers("markers.csv"), {});
+//     write_scan("clean.ply", scan);
+//
+// A run diverts std::cout while the library works, since the library may write diagnostic lines to
+// it; they come back in the report. Runs in several threads at once are safe as far as the scans
+// are different, but then their lines may get into each other's reports.
+#pragma once
+
+#include "kelvane/export.hpp"
+#include "kelvane/kernel/mesh_build.hpp"
+#include "kelvane/repair/repair_markers.hpp"
+#include "kelvane/toolkit/job/progress.hpp"
+#include "kelvane/toolkit/scan/scan.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace KVN::toolkit {
+
+/// How a hole is closed once it is found.
+enum class Method {
+    fast, ///< triangulated disc, then fairing: parallel over the markers
+    high, ///< one continuation of the surface around the hole in a single step, hole by hole
+    low,  ///< greedy triangulation, made dense and smooth, hole by hole
+};
+
+KELVANE_EXPORT const char* to_string(Method method);
+
+/// How a repair is to be done. The defaults suit a scan whose markers stand a few edges apart.
+struct RepairOptions {
+    /// Added to every marker's radius to give the radius of the cut; in the mesh's unit, 0 or more.
+    /// None: twice the mean edge length of the scan.
+    std::optional<double> marker_size;
+    /// Lets a cut take in vertices close to the marker's plane that face away by up to 135 degrees,
+    /// and lets `resolution` enlarge `marker_size` to the 4 to 7 that suits sparse scans in
+    /// millimetres.
+    bool size_adjustable = false;
+    /// The scan's mean point distance, in the mesh's unit. None: not told to the library.
+    std::optional<float> resolution;
+    Method method = Method::fast;
+    /// Threads of the parallel stages. 0: as many as the OpenMP runtime gives. The result is the
+    /// same.
+    int threads = 0;
+};
+
+/// What became of a marker.
+enum class Outcome {
+    repaired_loop,           ///< cut out, its hole filled
+    repaired_chain,          ///< on the rim: its open border was closed along a chain and filled
+    repaired_with_neighbour, ///< its cut ran together with that of another marker and was filled so
+    no_vertex_within_reach,  ///< no vertex within radius and margin: nothing was cut
+    all_facing_away, ///< vertices, but too far from its plane or facing away: nothing was cut
+    no_border_found, ///< cut out, but no border of a hole was found: its place is open
+    not_filled,      ///< cut out, border found, but it could not be filled: its place is open
+};
+
+/// The name as it stands above, e.g. "repaired_loop", for reports that programs read.
+KELVANE_EXPORT const char* to_string(Outcome outcome);
+/// The same in words, e.g. "repaired as a loop".
+KELVANE_EXPORT const char* describe(Outcome outcome);
+
+/// True for the three outcomes after which the place is closed.
+KELVANE_EXPORT bool is_repaired(Outcome outcome);
+
+/// One marker's result. The counts are 0 where there is no hole of the marker's own.
+struct MarkerReport {
+    Outcome outcome = Outcome::no_vertex_within_reach;
+    int border_vertices = 0;
+    int new_vertices = 0;
+    int new_faces = 0;
+};
+
+/// The time that a stage took.
+struct StageTime {
+    Stage stage;
+    double seconds;
+};
+
+/// Everything that a run tells.
+struct KELVANE_EXPORT RepairReport {
+    std::vector<MarkerReport> markers; ///< one per marker, in their order
+    double marker_size = 0.0;          ///< as it was used, in the mesh's unit
+    int threads = 0;                   ///< as they were used
+    std::int64_t vertices_before = 0;  ///< live ones, also those without faces
+    std::int64_t faces_before = 0;
+    std::int64_t vertices_after = 0;
+    std::int64_t faces_after = 0;
+    std::int64_t short_faces = 0; ///< faces of the file with too few corners, left out
+    Mesh_M::BuildReport loaded;   ///< faces that the mesh took and refused, by reason
+    std::vector<StageTime> times;
+    std::vector<std::string> diagnostics; ///< lines that the library wrote
+
+    int repaired() const;   ///< markers whose place is closed
+    double seconds() const; ///< sum of all stages
+};
+
+/// Repairs `mesh` in place; its vertex normals must be up to date. Nothing but the surroundings of
+/// the markers is touched, except that all normals are computed anew. `loaded`, `short_faces` and
+/// the stages build and output of the report stay empty.
+///
+/// `progress` may be null. It is asked to stop only until the first face is deleted: Cancelled
+/// means that the mesh is as it was. Throws InputError for options or markers that make no sense (a
+/// negative or not finite size), std::bad_alloc and std::length_error; after these two the mesh is
+/// sound for its destructor only.
+KELVANE_EXPORT RepairReport repair_mesh(Mesh_M::Mesh& mesh, const std::vector<Marker>& markers,
+                                        const RepairOptions& options, Progress* progress = nullptr);
+
+/// Repairs `scan`. Vertices that the repair leaves alone keep their bits and come first, in the
+/// order that they had; the vertices under the markers are gone; new vertices follow. Vertices that
+/// no face uses stay. Faces that the mesh cannot hold are left out and counted in the report.
+///
+/// Stops at the next stage when `progress` is cancelled. After any exception `scan` is as it was.
+KELVANE_EXPORT RepairReport repair_scan(Scan& scan, const std::vector<Marker>& markers,
+                                        const RepairOptions& options, Progress* progress = nullptr);
+
+} // namespace KVN::toolkit

@@ -1,0 +1,51 @@
+// The header of a PLY file, parsed and checked against what the file can hold.
+#pragma once
+
+#include "kelvane/toolkit/scan/formats/source_file.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace KVN::toolkit {
+
+enum class PlyFormat { ascii, little_endian, big_endian };
+enum class PlyType { int8, uint8, int16, uint16, int32, uint32, float32, float64 };
+
+/// Bytes of a value in a binary file.
+std::size_t size_of(PlyType type);
+
+struct PlyProperty {
+    std::string name;
+    PlyType type;
+    bool is_list = false;
+    PlyType count_type = PlyType::uint8; ///< of a list
+};
+
+struct PlyElement {
+    std::string name;
+    std::uint64_t count = 0;
+    std::vector<PlyProperty> properties;
+
+    /// Place of the property `name`, or -1.
+    int find(const std::string& name) const;
+    /// The fewest bytes that a record can take.
+    std::size_t least_size(PlyFormat format) const;
+};
+
+struct PlyHeader {
+    PlyFormat format = PlyFormat::ascii;
+    std::vector<PlyElement> elements; ///< in file order
+    std::size_t body = 0;             ///< byte where the data begin
+    std::size_t body_line = 0;        ///< and the line, for ascii files
+
+    /// The element `name`, or null.
+    const PlyElement* find(const std::string& name) const;
+};
+
+/// Parses the header. Throws InputError for a file of another kind, a malformed header, vertices
+/// without x, y and z, faces without a list of indices, and counts for which the file is too short.
+PlyHeader read_ply_header(const SourceFile& source);
+
+} // namespace KVN::toolkit

@@ -1,0 +1,44 @@
+// Scans in and out of mesh files: PLY, STL, OBJ and OFF, told apart by the extension of the name.
+#pragma once
+
+#include "kelvane/export.hpp"
+#include "kelvane/toolkit/scan/scan.hpp"
+
+#include <filesystem>
+
+namespace KVN::toolkit {
+
+/// Reads a scan.
+///
+///   .ply  ascii or binary, either byte order. Coordinates of any number type; doubles are
+///   narrowed. .stl  ascii or binary. Corners at exactly equal coordinates become one vertex. .obj
+///   `v` and `f` lines; negative indices count from the end. .off  with or without further values
+///   per vertex and colours per face.
+///
+/// float coordinates keep their bits. Polygons become fans from their first corner; faces with
+/// fewer than 3 corners are left out and counted. Vertices keep the order of the file, also those
+/// that no face uses, and coordinates that are not finite are allowed. Anything else that a file
+/// may hold (normals, colours, texture) is left out.
+///
+/// Throws InputError for a file that is missing, empty, a directory, of another kind, damaged or
+/// cut short, without vertices or without faces, or in which a face names a vertex that does not
+/// exist: one line with the file, the line or record, and the fault. A count that promises more
+/// than the file can hold is found before memory is asked for. Throws SystemError if the system
+/// refuses to read.
+KELVANE_EXPORT Scan read_scan(const std::filesystem::path& file);
+
+/// Writes a scan: PLY binary little endian, STL binary, OBJ and OFF as text with as many digits as
+/// bring the same float back. PLY, OBJ and OFF keep every vertex in its order, bit for bit; STL
+/// knows no vertices, so unused ones and the order are lost there.
+///
+/// The data go to a new file beside `file`, which is renamed when all is on disk: after a failure
+/// the old file is as it was and nothing else is left. A link is followed; a device or pipe is
+/// written to directly. Throws InputError for an unknown extension, a name that is a directory, or
+/// a scan without faces, SystemError if the system refuses.
+KELVANE_EXPORT void write_scan(const std::filesystem::path& file, const Scan& scan);
+
+/// Throws what write_scan() would throw for `file` before it writes the first byte: an early look
+/// whether the place can be written to. Nothing is left behind.
+KELVANE_EXPORT void check_scan_output(const std::filesystem::path& file);
+
+} // namespace KVN::toolkit
