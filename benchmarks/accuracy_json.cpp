@@ -58,15 +58,14 @@ std::string accuracy_json(const std::vector<ScanRuns>& scans) {
                     {"edge", runs.edge},
                     {"margin", runs.margin},
                     {"methods", Json::array()}};
-        for (const MethodRun& run : runs.methods) {
-            one["methods"].push_back(to_json(run));
+        for (const MethodRun* run : runs.all()) {
+            one["methods"].push_back(to_json(*run));
         }
         json["scans"].push_back(one);
     }
-    const char* names[] = {"fast", "high", "low"};
-    for (int method = 0; method < 3; ++method) {
-        for (const PeerRatio& ratio : peer_ratios(scans, method)) {
-            json["peer_ratios"][names[method]][ratio.measure] = {
+    for (const toolkit::MethodInfo& info : toolkit::methods()) {
+        for (const PeerRatio& ratio : peer_ratios(scans, info.method)) {
+            json["peer_ratios"][info.name][ratio.measure] = {
                 {"mean", ratio.mean}, {"required", ratio.required}, {"markers", ratio.markers}};
         }
     }

@@ -11,10 +11,8 @@ namespace KVN::bench {
 
 namespace {
 
-constexpr int fast = 0; // places in ScanRuns::methods
-constexpr int high = 1;
-constexpr int low = 2;
-constexpr int peer = 3;
+using toolkit::Method;
+using toolkit::methods;
 
 using Measure = std::function<double(const PatchMetrics&)>;
 
@@ -94,14 +92,14 @@ const std::vector<RowOf>& rows() {
 void print_row(std::ostream& out, const std::string& label, const ScanRuns& runs,
                const std::function<std::string(const MethodRun&)>& cell) {
     out << "  " << label << std::string(label.size() < 34 ? 34 - label.size() : 1, ' ');
-    for (const MethodRun& run : runs.methods) {
-        out << padded(run.present ? cell(run) : "absent", 12);
+    for (const MethodRun* run : runs.all()) {
+        out << padded(run->present ? cell(*run) : "absent", 12);
     }
     out << '\n';
 }
 
 void print_place(std::ostream& out, const ScanRuns& runs, Place place) {
-    const MethodRun& judge = runs.methods[fast];
+    const MethodRun& judge = runs.of(Method::fast);
     print_row(out, place == Place::rim ? "rim markers closed" : "interior markers closed", runs,
               [&](const MethodRun& run) { return closed(run, place, judge); });
     for (const RowOf& row : rows()) {
@@ -115,8 +113,9 @@ void print_place(std::ostream& out, const ScanRuns& runs, Place place) {
 void print_markers(std::ostream& out, const ScanRuns& runs) {
     out << "  per marker: rms mm, max mm, normal deg, seam rms deg, seam max deg, aspect p95, "
            "faces, edge mm\n";
-    for (std::size_t m = 0; m < runs.methods[fast].places.size(); ++m) {
-        for (const MethodRun& run : runs.methods) {
+    for (std::size_t m = 0; m < runs.of(Method::fast).places.size(); ++m) {
+        for (const MethodRun* shown : runs.all()) {
+            const MethodRun& run = *shown;
             if (!run.present) {
                 continue;
             }
@@ -133,9 +132,8 @@ void print_markers(std::ostream& out, const ScanRuns& runs) {
 }
 
 // Ratios of two methods, marker by marker, over the interior markers that both have closed alone.
-std::vector<double> ratios(const ScanRuns& runs, int over, int under, const Measure& measure) {
+std::vector<double> ratios(const MethodRun& a, const MethodRun& b, const Measure& measure) {
     std::vector<double> result;
-    const MethodRun &a = runs.methods[over], &b = runs.methods[under];
     if (!a.present || !b.present) {
         return result;
     }
@@ -152,11 +150,22 @@ std::vector<double> ratios(const ScanRuns& runs, int over, int under, const Meas
     return result;
 }
 
-std::vector<double> ratios(const std::vector<ScanRuns>& scans, int over, int under,
+// One of the runs on a scan.
+using Pick = std::function<const MethodRun&(const ScanRuns&)>;
+
+Pick ours(Method method) {
+    return [method](const ScanRuns& runs) -> const MethodRun& { return runs.of(method); };
+}
+
+const MethodRun& peer(const ScanRuns& runs) {
+    return runs.peer;
+}
+
+std::vector<double> ratios(const std::vector<ScanRuns>& scans, const Pick& over, const Pick& under,
                            const Measure& measure) {
     std::vector<double> all;
     for (const ScanRuns& runs : scans) {
-        const auto some = ratios(runs, over, under, measure);
+        const auto some = ratios(over(runs), under(runs), measure);
         all.insert(all.end(), some.begin(), some.end());
     }
     return all;
@@ -182,7 +191,7 @@ const std::vector<Compared>& compared() {
 }
 
 void print_ratio_line(std::ostream& out, const std::string& name,
-                      const std::vector<ScanRuns>& scans, int over, int under,
+                      const std::vector<ScanRuns>& scans, const Pick& over, const Pick& under,
                       double (*combine)(std::vector<double>)) {
     out << "  " << name << std::string(name.size() < 24 ? 24 - name.size() : 1, ' ');
     for (const Compared& one : compared()) {
@@ -193,7 +202,7 @@ void print_ratio_line(std::ostream& out, const std::string& name,
 }
 
 void print_ratio_table(std::ostream& out, const std::string& title,
-                       const std::vector<ScanRuns>& scans, int over, int under,
+                       const std::vector<ScanRuns>& scans, const Pick& over, const Pick& under,
                        double (*combine)(std::vector<double>)) {
     out << '\n' << title << '\n' << std::string(26, ' ');
     for (const Compared& one : compared()) {
@@ -210,11 +219,11 @@ void print_ratio_table(std::ostream& out, const std::string& title,
 
 void print_scan(std::ostream& out, const ScanRuns& runs, bool per_marker) {
     out << "\n== " << runs.name << ": " << runs.faces << " faces, mean edge "
-        << text("%.3f", runs.edge) << " mm, " << runs.methods[fast].places.size()
+        << text("%.3f", runs.edge) << " mm, " << runs.of(Method::fast).places.size()
         << " markers, margin " << text("%.2f", runs.margin) << " mm\n";
     print_row(out, "", runs, [](const MethodRun& run) { return run.name; });
     print_place(out, runs, Place::interior);
-    const auto& places = runs.methods[fast].places;
+    const auto& places = runs.of(Method::fast).places;
     if (std::find(places.begin(), places.end(), Place::rim) != places.end()) {
         print_place(out, runs, Place::rim);
     }
@@ -227,9 +236,9 @@ void print_scan(std::ostream& out, const ScanRuns& runs, bool per_marker) {
     print_row(out, "time of the whole run, ms", runs, [](const MethodRun& run) {
         return run.run_seconds > 0 ? text("%.1f", 1e3 * run.run_seconds) : std::string("-");
     });
-    for (const MethodRun& run : runs.methods) {
-        for (const std::string& note : run.notes) {
-            out << "  " << run.name << ": " << note << '\n';
+    for (const MethodRun* run : runs.all()) {
+        for (const std::string& note : run->notes) {
+            out << "  " << run->name << ": " << note << '\n';
         }
     }
     if (per_marker) {
@@ -237,11 +246,11 @@ void print_scan(std::ostream& out, const ScanRuns& runs, bool per_marker) {
     }
 }
 
-std::vector<PeerRatio> peer_ratios(const std::vector<ScanRuns>& scans, int method) {
+std::vector<PeerRatio> peer_ratios(const std::vector<ScanRuns>& scans, Method method) {
     std::vector<PeerRatio> result;
     for (const Compared& one : compared()) {
         if (one.required > 0) {
-            const auto all = ratios(scans, method, peer, one.measure);
+            const auto all = ratios(scans, ours(method), peer, one.measure);
             result.push_back({one.name, one.required, all.empty() ? 0 : geometric_mean(all),
                               static_cast<int>(all.size())});
         }
@@ -253,11 +262,11 @@ void print_comparisons(std::ostream& out, const std::vector<ScanRuns>& scans) {
     if (scans.empty()) {
         return;
     }
-    for (const int method : {fast, high, low}) {
-        const std::string name = scans.front().methods[method].name;
-        print_ratio_table(out, name + " / peer, geometric mean over the interior markers", scans,
-                          method, peer, geometric_mean);
-        for (const PeerRatio& ratio : peer_ratios(scans, method)) {
+    for (const toolkit::MethodInfo& info : methods()) {
+        print_ratio_table(
+            out, std::string(info.name) + " / peer, geometric mean over the interior markers",
+            scans, ours(info.method), peer, geometric_mean);
+        for (const PeerRatio& ratio : peer_ratios(scans, info.method)) {
             out << "  " << ratio.measure << " over " << ratio.markers
                 << " markers: " << (ratio.markers ? text("%.3f", ratio.mean) : "-") << ", required "
                 << text("%.2f", ratio.required) << ": "
@@ -267,17 +276,19 @@ void print_comparisons(std::ostream& out, const std::vector<ScanRuns>& scans) {
                 << '\n';
         }
     }
-    print_ratio_table(out, "high / fast, median over the interior markers", scans, high, fast,
-                      median);
-    print_ratio_table(out, "low / fast, median over the interior markers", scans, low, fast,
-                      median);
+    for (const toolkit::MethodInfo& info : methods()) {
+        if (info.method != Method::fast) {
+            print_ratio_table(out,
+                              std::string(info.name) + " / fast, median over the interior markers",
+                              scans, ours(info.method), ours(Method::fast), median);
+        }
+    }
 }
 
 std::vector<std::string> faults(const std::vector<ScanRuns>& scans) {
     std::vector<std::string> lines;
     for (const ScanRuns& runs : scans) {
-        for (const int method : {fast, high, low}) {
-            const MethodRun& run = runs.methods[method];
+        for (const MethodRun& run : runs.methods) {
             const auto add = [&](const std::string& what, int count) {
                 if (count > 0) {
                     lines.push_back(runs.name + ", " + run.name + ": " + std::to_string(count) +

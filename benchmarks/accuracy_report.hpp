@@ -24,9 +24,9 @@ struct PeerRatio {
 
 /// A method's rms, seam angle (rms) and aspect against the peer's, over the interior markers of all
 /// scans that both have closed alone.
-std::vector<PeerRatio> peer_ratios(const std::vector<ScanRuns>& scans, int method);
+std::vector<PeerRatio> peer_ratios(const std::vector<ScanRuns>& scans, toolkit::Method method);
 
-/// Per scan and over all: peer ratios of each method; medians of high and low against fast.
+/// Per scan and over all: peer ratios of each method; medians of the others against fast.
 void print_comparisons(std::ostream& out, const std::vector<ScanRuns>& scans);
 
 /// The faults of the library's methods that no repair should have: a marker not closed, a new

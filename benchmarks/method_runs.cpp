@@ -171,11 +171,20 @@ ScanRuns run_methods(const MarkedScan& scan, int threads) {
     runs.name = scan.name;
     runs.faces = scan.mesh.faces();
     runs.edge = toolkit::mean_edge_length(scan.mesh);
-    for (const Method method : {Method::fast, Method::high, Method::low}) {
-        runs.methods.push_back(run_method(scan, method, threads, runs.margin));
+    for (const toolkit::MethodInfo& info : toolkit::methods()) {
+        runs.methods.push_back(run_method(scan, info.method, threads, runs.margin));
     }
-    runs.methods.push_back(run_peer(scan, runs.methods.front(), runs.margin));
+    runs.peer = run_peer(scan, runs.methods.front(), runs.margin);
     return runs;
+}
+
+std::vector<const MethodRun*> ScanRuns::all() const {
+    std::vector<const MethodRun*> shown;
+    for (const MethodRun& run : methods) {
+        shown.push_back(&run);
+    }
+    shown.push_back(&peer);
+    return shown;
 }
 
 } // namespace KVN::bench

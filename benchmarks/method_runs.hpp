@@ -32,7 +32,14 @@ struct ScanRuns {
     int faces = 0;
     double edge = 0;                ///< mean edge length of the scan
     double margin = 0;              ///< as used
-    std::vector<MethodRun> methods; ///< fast, high, low, peer
+    std::vector<MethodRun> methods; ///< the library's, in the order of toolkit::methods()
+    MethodRun peer;
+
+    const MethodRun& of(toolkit::Method method) const {
+        return methods.at(static_cast<std::size_t>(method));
+    }
+    /// The library's and the peer, in the order in which they are shown.
+    std::vector<const MethodRun*> all() const;
 };
 
 /// The scan without the regions of its markers, cut by the library itself.

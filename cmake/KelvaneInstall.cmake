@@ -18,8 +18,10 @@ foreach(header
         kernel/mesh_kernel.hpp
         fill/hole_filling.hpp
         patch/patch_fairing.hpp
+        repair/closings.hpp
         repair/repair_markers.hpp
-        repair/run_observer.hpp
+        repair/run_notes.hpp
+        repair/run_places.hpp
         triangulator/hole_triangulator.hpp)
     get_filename_component(folder "${header}" DIRECTORY)
     install(FILES "${PROJECT_SOURCE_DIR}/kelvane/${header}"

@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <string>
 
@@ -27,6 +26,7 @@ struct Arguments {
     std::string markers;
     std::string output;
     std::string report;
+    std::string method;
     RepairOptions options;
     bool json = false;
     bool quiet = false;
@@ -121,17 +121,27 @@ void add_repair(CLI::App& app, int& status) {
                       "let --resolution enlarge the marker size");
     command->add_option("--resolution", arguments->options.resolution,
                         "Mean point distance of the scan");
-    const std::map<std::string, Method> methods{
-        {"fast", Method::fast}, {"high", Method::high}, {"low", Method::low}};
-    command->add_option("--method", arguments->options.method, "fast, high or low")
-        ->transform(CLI::CheckedTransformer(methods));
+    std::vector<std::string> names;
+    std::string help;
+    for (const MethodInfo& info : methods()) {
+        names.push_back(info.name);
+        help += (help.empty() ? "" : "; ") + std::string(info.name) + " " + info.help;
+    }
+    command->add_option("--method", arguments->method, help)->check(CLI::IsMember(names));
     command->add_option("--threads", arguments->options.threads, "Threads; 0 for all processors")
         ->check(CLI::NonNegativeNumber);
     command->add_option("--report", arguments->report, "Write the report to this JSON file");
     command->add_flag("--json", arguments->json, "Print the report as JSON");
     command->add_flag("--quiet", arguments->quiet, "No progress, diagnostics and table");
     command->add_flag("--strict", arguments->strict, "End with 1 if a marker is left unrepaired");
-    command->callback([arguments, &status] { status = repair(*arguments); });
+    command->callback([arguments, &status] {
+        for (const MethodInfo& info : methods()) {
+            if (arguments->method == info.name) {
+                arguments->options.method = info.method;
+            }
+        }
+        status = repair(*arguments);
+    });
 }
 
 } // namespace kelvane_command

@@ -2,6 +2,8 @@
 #include "kelvane/holes/boundary.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
+#include <algorithm>
+
 namespace KVN {
 
 void RepairMarkers::BoundaryData() {
@@ -10,6 +12,7 @@ void RepairMarkers::BoundaryData() {
     holeFaces.reserve(regions);
     holeFaceNormals.reserve(regions);
     holeBoundaryCount.reserve(regions);
+    notes.regions.resize(regions);
 
     std::vector<_vert*> border;
     std::vector<MyPoint3> points;
@@ -17,15 +20,12 @@ void RepairMarkers::BoundaryData() {
     std::vector<MyPoint3> normals;
     std::map<int, int> vertexMap;
     int boundaryCount = 0;
-    std::vector<int> without_hole;
-    std::vector<std::vector<_vert*>> their_vertices; // markRegions may be written over
     for (int i = 0; i < regions; ++i) {
         currentMarker = i;
         border.clear();
+        notes.regions[i].ring = markRegions[i]; // may be written over
         findmarkhole(markRegions[i], border);
         if (border.size() < 3) {
-            without_hole.push_back(i);
-            their_vertices.push_back(markRegions[i]);
             continue;
         }
         HoleNeighbor7(border, points, faces, normals, vertexMap, boundaryCount);
@@ -34,9 +34,8 @@ void RepairMarkers::BoundaryData() {
         holeFaces.push_back(faces);
         holeFaceNormals.push_back(normals);
         holeBoundaryCount.push_back(boundaryCount);
-        holeMarkers.push_back(i);
-        holeIsChain.push_back(
-            mesh->vertices.find_edge(border.back(), border.front()) == nullptr ? 1 : 0);
+        notes.regions[i].hole = static_cast<int>(holeBorders.size()) - 1;
+        notes.holes.push_back({i, notes.border_is_chain, boundaryCount});
         // Kept borders move to the front. A second run counts the holes of the first as well and
         // has no entry for them.
         const std::size_t kept = holePoints.size();
@@ -44,7 +43,7 @@ void RepairMarkers::BoundaryData() {
             markRegions[kept - 1] = border;
         }
     }
-    note_shared_holes(without_hole, their_vertices);
+    note_joined_holes();
     // Only now: a walk may have to follow a neighbouring marker's ring.
     for (const std::vector<_vert*>& region : markRegions) {
         for (_vert* v : region) {
@@ -53,27 +52,35 @@ void RepairMarkers::BoundaryData() {
     }
 }
 
-// For the report: overlapping markers leave one hole, which belongs to the first of them. A region
-// has joined the hole on whose border one of its vertices lies.
-void RepairMarkers::note_shared_holes(const std::vector<int>& without_hole,
-                                      const std::vector<std::vector<_vert*>>& their_vertices) {
-    sharedHoles.assign(markRegions.size(), -1);
-    if (without_hole.empty()) {
-        return;
-    }
-    std::map<const _vert*, int> on_border;
+// Markers whose cuts run together leave one hole, which belongs to the first of them. A region
+// without a hole has joined the one that holds the most of its live vertices, if that is at least
+// half of them: a few may come from two markers that merely touch.
+void RepairMarkers::note_joined_holes() {
+    std::map<const _vert*, int> hole_at;
     for (std::size_t hole = 0; hole < holeBorders.size(); ++hole) {
         for (const _vert* v : holeBorders[hole]) {
-            on_border.emplace(v, static_cast<int>(hole));
+            hole_at.emplace(v, static_cast<int>(hole));
         }
     }
-    for (std::size_t k = 0; k < without_hole.size(); ++k) {
-        for (const _vert* v : their_vertices[k]) {
-            const auto found = on_border.find(v);
-            if (found != on_border.end()) {
-                sharedHoles[without_hole[k]] = found->second;
-                break;
+    std::vector<int> shared(holeBorders.size());
+    for (RegionNote& region : notes.regions) {
+        if (region.hole >= 0 || region.ring.empty() || hole_at.empty()) {
+            continue;
+        }
+        std::fill(shared.begin(), shared.end(), 0);
+        int live = 0;
+        for (const _vert* v : region.ring) {
+            if (v->status != Mesh_R::status_deleted) {
+                ++live;
+                const auto found = hole_at.find(v);
+                if (found != hole_at.end()) {
+                    ++shared[found->second];
+                }
             }
+        }
+        const auto most = std::max_element(shared.begin(), shared.end());
+        if (live > 0 && 2 * *most >= live) {
+            region.joined_hole = static_cast<int>(most - shared.begin());
         }
     }
 }

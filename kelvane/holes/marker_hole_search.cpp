@@ -117,6 +117,7 @@ void RepairMarkers::findmarkhole(std::vector<_vert*>& region, std::vector<_vert*
         }
     }
     const std::vector<_edge*>* loop = candidate ? loop_on_ring(loops) : nullptr;
+    notes.border_is_chain = loop == nullptr;
     if (loop != nullptr) {
         list_vertices(*loop, walk_start, border);
     } else {

@@ -2,6 +2,7 @@
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <cmath>
+#include <utility>
 
 namespace KVN {
 
@@ -19,10 +20,11 @@ bool finite(const Marker& m) {
 
 // Store indices of the vertices that were alive at construction and lie within `radius` of a point,
 // by growing distance. Empty where the search makes no sense: a place or radius that is not a
-// number, a negative radius.
+// number, a negative radius, a tree without points.
 std::vector<int> RepairMarkers::vertices_within(float x, float y, float z, double radius) const {
     std::vector<int> found;
-    if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(z) || !(radius >= 0.0)) {
+    if (!std::isfinite(x) || !std::isfinite(y) || !std::isfinite(z) || !(radius >= 0.0) ||
+        kdTree.getInputCloud() == nullptr) {
         return found;
     }
     pcl::Indices hits;
@@ -40,7 +42,7 @@ std::vector<int> RepairMarkers::vertices_within(float x, float y, float z, doubl
 void RepairMarkers::select_marker_vertices(const Marker& marker, const std::vector<int>& hits,
                                            std::vector<int>& selected) const {
     constexpr double facing_limit = -0.7071067811865476; // cosine of 135 degrees
-    constexpr double slab_top = 0.5;     // mm over and under the marker's plane, for
+    constexpr double slab_top = 0.5;     // mesh units over and under the marker's plane, for
     constexpr double slab_bottom = -1.5; // vertices that face away
 
     const float nx = marker.nx, ny = marker.ny, nz = marker.nz;
@@ -71,9 +73,8 @@ void RepairMarkers::select_marker_vertices(const Marker& marker, const std::vect
     }
 }
 
-// Marks the faces of the selected vertices and gathers the vertices just outside of them.
-void RepairMarkers::collect_ring(const std::vector<int>& selected,
-                                 std::vector<_vert*>& ring) const {
+// Marks the faces of the selected vertices and gathers them and the vertices just outside of them.
+void RepairMarkers::collect_ring(const std::vector<int>& selected, RegionNote& region) const {
     for (const int index : selected) {
         mesh->vertices.at(index).flags |= marked;
     }
@@ -85,9 +86,10 @@ void RepairMarkers::collect_ring(const std::vector<int>& selected,
                 continue;
             }
             face->flags |= marked;
+            region.faces.push_back(face);
             for (_vert* corner : face->verts) {
                 if ((corner->flags & marked) == 0) {
-                    ring.push_back(corner);
+                    region.ring.push_back(corner);
                     corner->flags |= marked;
                 }
             }
@@ -111,9 +113,8 @@ void RepairMarkers::DeleteMarkRegion() {
         return;
     }
     markRegions.clear();
-    regionFindings.clear();
+    notes.regions.clear();
     std::vector<int> selected;
-    std::vector<_vert*> ring;
     for (const Marker& marker : markers) {
         std::vector<int> hits;
         if (finite(marker)) {
@@ -121,9 +122,9 @@ void RepairMarkers::DeleteMarkRegion() {
         }
         selected.clear();
         select_marker_vertices(marker, hits, selected);
-        ring.clear();
-        collect_ring(selected, ring);
-        markRegions.push_back(ring);
+        RegionNote region;
+        collect_ring(selected, region);
+        markRegions.push_back(region.ring);
         // By the hits, not by the ring: a ring vertex outside the sphere keeps its mark, and the
         // search for the hole reads just that.
         bool any_alive = false;
@@ -132,9 +133,10 @@ void RepairMarkers::DeleteMarkRegion() {
             v.flags &= static_cast<std::uint8_t>(~marked);
             any_alive = any_alive || v.status != Mesh_R::status_deleted;
         }
-        regionFindings.push_back(!selected.empty() ? RegionFinding::cut
-                                 : any_alive       ? RegionFinding::none_accepted
-                                                   : RegionFinding::no_vertex_in_reach);
+        region.finding = !selected.empty() ? RegionFinding::cut
+                         : any_alive       ? RegionFinding::none_accepted
+                                           : RegionFinding::no_vertex_in_reach;
+        notes.regions.push_back(std::move(region));
     }
     delete_marked_faces();
 }

@@ -1,36 +1,64 @@
 // The run from marker regions to recomputed normals.
 #include "kelvane/kernel/mesh_build.hpp"
 #include "kelvane/patch/patch_fairing.hpp"
+#include "kelvane/repair/parallel_holes.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
+#include <omp.h>
+
 #include <algorithm>
+#include <numeric>
 
 namespace KVN {
 
+namespace {
+
+// The places in the border of a patch that begins with it.
+std::vector<int> places_in_order(const MyOFFDataNew& patch) {
+    std::vector<int> in_border(patch.points.size(), -1);
+    std::iota(in_border.begin(), in_border.begin() + patch.borderCount, 0);
+    return in_border;
+}
+
+} // namespace
+
 void RepairMarkers::MarkerRepairprocessing(int threads) {
+    run(closings().front(), threads, {});
+}
+
+void RepairMarkers::run(const Closing& closing, int threads, const RunPlaces& places) {
     if (!ready()) {
         return;
     }
-    note(RunStage::discovery);
+    const auto begin = [&places](RunStage stage) {
+        if (places.stage_begins) {
+            places.stage_begins(stage);
+        }
+    };
+    if (places.after_cut) {
+        CutPlace place{*mesh, markers, markerSize, markRegions, notes};
+        places.after_cut(place);
+    }
+    begin(RunStage::discovery);
     setPointIndex();
     BoundaryData();
     size_hole_lists();
-    note(RunStage::fill);
-    fill_holes(threads);
-    note(RunStage::insertion);
-    insert_patches();
-    note(RunStage::fairing);
-    fair_patches();
-    note(RunStage::normals);
+    if (places.after_search) {
+        SearchPlace place{*mesh, holeBorders, holePoints, holeFaces, holeBoundaryCount, notes};
+        places.after_search(place);
+    }
+    begin(RunStage::fill);
+    close_holes(closing, threads);
+    begin(RunStage::insertion);
+    join_holes(closing, places);
+    if (closing.fair != nullptr) {
+        begin(RunStage::fairing);
+        (this->*closing.fair)(omp_get_max_threads());
+    }
+    begin(RunStage::normals);
     recompute_normals(threads);
     reset_edge_marks();
-    note(RunStage::done);
-}
-
-void RepairMarkers::note(RunStage stage) const {
-    if (observer != nullptr && observer->stage_begins) {
-        observer->stage_begins(stage);
-    }
+    begin(RunStage::done);
 }
 
 void RepairMarkers::setPointIndex() {
@@ -49,54 +77,102 @@ void RepairMarkers::size_hole_lists() {
     holeRingIndices.resize(holes);
     patches.resize(holes);
     patchVerts.resize(holes);
+    notes.holes.resize(holes);
 }
 
-// Fills all holes, each by itself. Only the border goes in; the neighbourhood is not used here. A
-// hole that could not be filled keeps an empty patch.
-void RepairMarkers::fill_holes(int threads) {
-    const int holes = static_cast<int>(holePoints.size());
-#pragma omp parallel for schedule(static) num_threads(threads)
-    for (int i = 0; i < holes; ++i) {
-        // A whole-hole repair may have left fewer points than the border had.
-        const int k = std::min(holeBoundaryCount[i], static_cast<int>(holePoints[i].size()));
-        std::vector<double> border(3 * static_cast<std::size_t>(k));
-        for (int j = 0; j < k; ++j) {
-            for (int axis = 0; axis < 3; ++axis) {
-                border[3 * static_cast<std::size_t>(j) + axis] = holePoints[i][j].p[axis];
-            }
-        }
-        Mesh_M::Orbrel::fillHoleWithoutFair(border, patches[i]);
+// The holes in an order that gives every thread of a static schedule the same work. Filling and
+// fairing grow about with the square of the border.
+std::vector<int> RepairMarkers::hole_order(int threads) const {
+    std::vector<double> costs;
+    costs.reserve(holeBoundaryCount.size());
+    for (const int count : holeBoundaryCount) {
+        costs.push_back(static_cast<double>(count) * count);
     }
+    return balanced_order(costs, threads > 0 ? threads : omp_get_max_threads());
+}
+
+// All holes side by side, each on its own lists.
+void RepairMarkers::close_holes(const Closing& closing, int threads) {
+    for_each_hole(hole_order(threads), threads,
+                  [&](int i) { notes.holes[i].closing_result = (this->*closing.close)(i); });
+}
+
+// Fills one hole. Only the border goes in; the neighbourhood is not used here. A hole that could
+// not be filled keeps an empty patch.
+int RepairMarkers::fill_hole(int i) {
+    // A whole-hole repair may have left fewer points than the border had.
+    const int k = std::min(holeBoundaryCount[i], static_cast<int>(holePoints[i].size()));
+    std::vector<double> border(3 * static_cast<std::size_t>(k));
+    for (int j = 0; j < k; ++j) {
+        std::copy(holePoints[i][j].p, holePoints[i][j].p + 3,
+                  border.begin() + 3 * static_cast<std::ptrdiff_t>(j));
+    }
+    return Mesh_M::Orbrel::fillHoleWithoutFair(border, patches[i]);
 }
 
 // Serial and in hole order: the stores grow here, and a patch may meet edges of an earlier one.
-void RepairMarkers::insert_patches() {
+void RepairMarkers::join_holes(const Closing& closing, const RunPlaces& places) {
     const int holes = static_cast<int>(holePoints.size());
     for (int i = 0; i < holes; ++i) {
-        insertpatch_new(i, patches[i]);
+        HoleNote& note = notes.holes[i];
+        note.refused = places.before_join && !offer(closing, i, places);
+        note.first_vertex = mesh->vertices.total();
+        note.first_face = mesh->faces.total();
+        if (note.refused) {
+            patches[i] = MyOFFDataNew();
+        } else {
+            (this->*closing.join)(i);
+        }
+        note.new_vertices = mesh->vertices.total() - note.first_vertex;
+        note.new_faces = mesh->faces.total() - note.first_face;
     }
+}
+
+// Shows one hole's patch at the last place; false where it is turned down.
+bool RepairMarkers::offer(const Closing& closing, int i, const RunPlaces& places) {
+    const bool apart = closing.border_by_coordinates;
+    JoinPlace place{*mesh,
+                    i,
+                    holeBorders[i],
+                    apart ? holePoints[i] : patches[i].points,
+                    apart ? holeFaces[i] : patches[i].faces,
+                    apart ? &holeFaceNormals[i] : nullptr,
+                    apart ? &holeRingIndices[i] : nullptr,
+                    apart ? places_by_coordinates(i) : places_in_order(patches[i]),
+                    notes.holes[i]};
+    return places.before_join(place);
+}
+
+// Of the points of a whole-hole result, their places in the border.
+std::vector<int> RepairMarkers::places_by_coordinates(int i) {
+    const int count = static_cast<int>(holePoints[i].size());
+    std::vector<int> in_border(count, -1);
+    for (const int point : holeRingIndices[i]) {
+        if (point < 0 || point >= count) {
+            return {};
+        }
+        in_border[point] = getVertexIndex(holeBorders[i], holePoints[i][point]);
+    }
+    return in_border;
+}
+
+void RepairMarkers::join_patch(int i) {
+    insertpatch_new(i, patches[i]);
 }
 
 // Every patch reads the positions that the insertion left, and nothing is written before the last
 // one is solved: the result does not depend on which thread is first where holes lie close
-// together.
-void RepairMarkers::fair_patches() {
+// together, and a solve that throws leaves all positions as they were.
+void RepairMarkers::fair_patches(int threads) {
     const int holes = static_cast<int>(holePoints.size());
     std::vector<PatchFairing> fairings;
     fairings.reserve(holes);
     for (int i = 0; i < holes; ++i) {
         fairings.emplace_back(mesh, patches[i], patchVerts[i], sizeAdjustable);
     }
-#pragma omp parallel
-    {
-#pragma omp for schedule(static)
-        for (int i = 0; i < holes; ++i) {
-            fairings[i].solve();
-        }
-#pragma omp for schedule(static)
-        for (int i = 0; i < holes; ++i) {
-            fairings[i].write();
-        }
+    for_each_hole(hole_order(threads), 0, [&](int i) { fairings[i].solve(); });
+    for (const PatchFairing& fairing : fairings) {
+        fairing.write();
     }
 }
 

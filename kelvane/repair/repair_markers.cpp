@@ -37,10 +37,11 @@ RepairMarkers::RepairMarkers(Mesh* mesh_, std::vector<Marker>& markers_, double 
     cloud->width = static_cast<std::uint32_t>(cloud->points.size());
     cloud->height = 1;
     cloud->is_dense = all_finite;
-    // The tree leaves out points that are not finite and cannot be made of none at all.
+    hasCloud = !kdToVertex.empty();
+    // The tree leaves out points that are not finite and cannot be made of none at all; without
+    // one, a search has no hits.
     if (any_finite) {
         kdTree.setInputCloud(cloud);
-        hasCloud = true;
     }
 }
 
@@ -78,11 +79,7 @@ RepairMarkers& RepairMarkers::operator=(RepairMarkers&& other) {
     patches = std::exchange(other.patches, {});
     patchVerts = std::exchange(other.patchVerts, {});
     currentMarker = other.currentMarker;
-    regionFindings = std::exchange(other.regionFindings, {});
-    holeMarkers = std::exchange(other.holeMarkers, {});
-    holeIsChain = std::exchange(other.holeIsChain, {});
-    sharedHoles = std::exchange(other.sharedHoles, {});
-    observer = other.observer;
+    notes = std::exchange(other.notes, {});
     return *this;
 }
 
@@ -120,7 +117,8 @@ void RepairMarkers::DeleMK(std::vector<_vert*>& region) {
     std::vector<_vert*> only = region; // the caller may hand in an entry of markRegions
     markRegions.clear();
     markRegions.push_back(std::move(only));
-    regionFindings.assign(1, RegionFinding::cut);
+    notes.regions.assign(1, {});
+    notes.regions.front().finding = RegionFinding::cut;
 }
 
 } // namespace KVN

@@ -20,7 +20,8 @@
 
 #include "kelvane/export.hpp"
 #include "kelvane/names.hpp"
-#include "kelvane/repair/run_observer.hpp"
+#include "kelvane/repair/closings.hpp"
+#include "kelvane/repair/run_places.hpp"
 
 #include <pcl/kdtree/kdtree_flann.h>
 #include <pcl/point_types.h>
@@ -38,7 +39,7 @@ struct Marker {
 };
 
 namespace toolkit {
-struct RunAccess; // the toolkit's way to the private members
+struct RunAccess; // reads what a run noted and starts it with another closing
 }
 
 class KELVANE_EXPORT RepairMarkers {
@@ -49,8 +50,8 @@ class KELVANE_EXPORT RepairMarkers {
     /// `sizeAdjustable`, when not 0, lets setResolution change `markerSize` and lets a cut take in
     /// vertices close to the marker's plane that face away by up to 135 degrees.
     ///
-    /// A null mesh, or one without faces or without live vertices at finite places, is valid: every
-    /// later operation then does nothing.
+    /// A null mesh, or one without faces or without live vertices, is valid: every later operation
+    /// then does nothing.
     RepairMarkers(Mesh* mesh, std::vector<Marker>& markers, double markerSize, char sizeAdjustable,
                   float* blockSpheres, int blockSphereCount);
     RepairMarkers(const RepairMarkers&);
@@ -84,26 +85,37 @@ class KELVANE_EXPORT RepairMarkers {
 
     // repair_driver.cpp: the run and its stages
     bool ready() const;
+    void run(const Closing& closing, int threads, const RunPlaces& places);
     void setPointIndex();
     void size_hole_lists();
-    void fill_holes(int threads);
-    void insert_patches();
-    void fair_patches();
+    std::vector<int> hole_order(int threads) const;
+    void close_holes(const Closing& closing, int threads);
+    void join_holes(const Closing& closing, const RunPlaces& places);
+    bool offer(const Closing& closing, int i, const RunPlaces& places);
+    std::vector<int> places_by_coordinates(int i);
     void recompute_normals(int threads);
     void reset_edge_marks();
-    void note(RunStage stage) const;
+
+    // closings.cpp: one row per method, the fast one first; their steps in repair_driver.cpp and
+    // whole_hole_repair.cpp
+    static const std::vector<Closing>& closings();
+    int fill_hole(int i);
+    void join_patch(int i);
+    void fair_patches(int threads);
+    int close_high(int i);
+    int close_low(int i);
+    void join_by_coordinates(int i);
 
     // marker_region_removal.cpp
     void select_marker_vertices(const Marker& marker, const std::vector<int>& hits,
                                 std::vector<int>& selected) const;
-    void collect_ring(const std::vector<int>& selected, std::vector<_vert*>& ring) const;
+    void collect_ring(const std::vector<int>& selected, RegionNote& region) const;
     void delete_marked_faces();
     std::vector<int> vertices_within(float x, float y, float z, double radius) const;
 
     // holes/
     void BoundaryData();
-    void note_shared_holes(const std::vector<int>& without_hole,
-                           const std::vector<std::vector<_vert*>>& their_vertices);
+    void note_joined_holes();
     void findmarkhole(std::vector<_vert*>& region, std::vector<_vert*>& border);
     void gethole(_vert* v, std::vector<_edge*>& out, int n);
     _edge* nextedge(_edge* e, _vert* v);
@@ -155,12 +167,7 @@ class KELVANE_EXPORT RepairMarkers {
     std::vector<std::vector<_vert*>> patchVerts; ///< per hole, the vertex of each patch point
     int currentMarker;                           ///< region that BoundaryData is working on
 
-    // For the report; nothing of the repair reads these.
-    std::vector<RegionFinding> regionFindings; ///< per marker, what DeleteMarkRegion met
-    std::vector<int> holeMarkers;              ///< per hole, the marker that it came from
-    std::vector<char> holeIsChain;             ///< per hole, 1 where the border is an open chain
-    std::vector<int> sharedHoles;          ///< per region, another marker's hole it joined, or -1
-    const RunObserver* observer = nullptr; ///< the caller's; told when a stage begins
+    RunNotes notes; ///< for reports; nothing of the repair reads them
 };
 
 } // namespace KVN

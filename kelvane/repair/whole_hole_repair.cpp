@@ -38,6 +38,21 @@ struct FreeMesh {
 } // namespace
 
 int RepairMarkers::Repair_High_Resolution(int i) {
+    close_high(i);
+    return 0;
+}
+
+int RepairMarkers::Repair_Low_Resolution(int i) {
+    close_low(i);
+    return 0;
+}
+
+void RepairMarkers::join_by_coordinates(int i) {
+    insertpatch_7(holeBorders[i], holePoints[i], holeFaces[i], holeFaceNormals[i],
+                  holeRingIndices[i]);
+}
+
+int RepairMarkers::close_high(int i) {
     std::vector<double> triangles;
     triangles.reserve(doubles_per_triangle * holeFaces[i].size());
     for (std::size_t j = 0; j < holeFaces[i].size(); ++j) {
@@ -54,12 +69,11 @@ int RepairMarkers::Repair_High_Resolution(int i) {
         append(border, holePoints[i][j]);
     }
     clear_hole_slot(i);
-    Mesh_M::Orbrel().fillHole2(triangles, border, holePoints[i], holeFaces[i], holeFaceNormals[i],
-                               holeRingIndices[i]);
-    return 0;
+    return Mesh_M::Orbrel().fillHole2(triangles, border, holePoints[i], holeFaces[i],
+                                      holeFaceNormals[i], holeRingIndices[i]);
 }
 
-int RepairMarkers::Repair_Low_Resolution(int i) {
+int RepairMarkers::close_low(int i) {
     std::vector<_vert*> borderVerts;
     borderVerts.reserve(holeBoundaryCount[i]);
     std::unique_ptr<Mesh, FreeMesh> temporary(new Mesh);
@@ -75,10 +89,10 @@ int RepairMarkers::Repair_Low_Resolution(int i) {
     border.reserve(3 * static_cast<std::size_t>(k));
     Dataconvert(temporary.get(), k, triangles, border);
     clear_hole_slot(i);
-    Mesh_M::Orbrel().fairing(triangles, n, border, holePoints[i], holeFaces[i], holeFaceNormals[i],
-                             holeRingIndices[i]);
+    const int result = Mesh_M::Orbrel().fairing(triangles, n, border, holePoints[i], holeFaces[i],
+                                                holeFaceNormals[i], holeRingIndices[i]);
     temporary.reset(); // before the triangulator ends, which does not touch it any more
-    return 0;
+    return result;
 }
 
 // Empties what the hole's neighbourhood stood in, for the result.

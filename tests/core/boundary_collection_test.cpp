@@ -30,8 +30,9 @@ TEST(BoundaryData, KeepsOneIndexForAllListsOfAHole) {
     ASSERT_EQ(repair.holeFaces.size(), 2u);
     ASSERT_EQ(repair.holeFaceNormals.size(), 2u);
     EXPECT_EQ(repair.holeBoundaryCount, (std::vector<int>{16, 14}));
-    EXPECT_EQ(repair.holeMarkers, (std::vector<int>{0, 2}));
-    EXPECT_EQ(repair.holeIsChain, (std::vector<char>{0, 0}));
+    ASSERT_EQ(repair.notes.holes.size(), 2u);
+    EXPECT_EQ(repair.notes.holes[1].marker, 2);
+    EXPECT_FALSE(repair.notes.holes[1].is_chain);
     EXPECT_EQ(repair.currentMarker, 2);
     // Kept borders have moved to the front, over the region without one.
     ASSERT_EQ(repair.markRegions.size(), 3u);
@@ -88,7 +89,26 @@ TEST(BoundaryData, WalksOnAlongANeighbouringRing) {
     repair.BoundaryData();
     ASSERT_EQ(repair.holeBorders.size(), 1u);
     EXPECT_EQ(beginning_with(repair.holeBorders[0], grid.at(4, 4)), grid.loop(hole));
-    EXPECT_EQ(repair.sharedHoles, (std::vector<int>{-1, 0}));
+    EXPECT_EQ(repair.notes.regions[1].joined_hole, 0);
+}
+
+// A region without a hole of its own belongs to the hole that most of it lies on, not to the one
+// that its first vertex touches.
+TEST(BoundaryData, ARegionJoinsTheHoleThatHoldsMostOfIt) {
+    const Rect first{3, 3, 7, 7}, second{10, 3, 14, 7};
+    PunchedGrid grid(18, 11, {first, second});
+    RepairMarkers repair =
+        repairer(*grid.mesh, {flat_marker(5, 5, 1), flat_marker(12, 5, 1), flat_marker(12, 5, 1)});
+    std::vector<_vert*> third = grid.loop(second);
+    third.insert(third.begin(), grid.at(7, 5));
+    repair.markRegions = {grid.loop(first), grid.loop(second), third};
+    for (const std::vector<_vert*>& region : repair.markRegions) {
+        set_flags(region, ring_bit);
+    }
+    repair.setPointIndex();
+    repair.BoundaryData();
+    ASSERT_EQ(repair.holeBorders.size(), 2u);
+    EXPECT_EQ(repair.notes.regions[2].joined_hole, 1);
 }
 
 } // namespace

@@ -286,8 +286,11 @@ TEST(PatchFairing, NeighbouringPatchesReadThePositionsOfTheInsertion) {
                 repair.patchVerts.push_back(p.vertices);
             }
             repair.holePoints.resize(2);
+            repair.holeBoundaryCount = {18, 18};
             omp_set_num_threads(threads);
-            repair.fair_patches();
+            const std::vector<std::uint32_t> unfaired = fingerprint(*mesh);
+            repair.fair_patches(threads);
+            EXPECT_NE(fingerprint(*mesh), unfaired);
             results.insert(fingerprint(*mesh));
         }
     }

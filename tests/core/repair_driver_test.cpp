@@ -50,9 +50,13 @@ TEST(MarkerRepairprocessing, ClosesInteriorRimAndOverlappingMarkers) {
     RepairMarkers repair = run(*mesh, plate.markers);
     const std::string outcome = outcome_of(*mesh, repair);
     EXPECT_NE(outcome.find("Euler characteristic 1."), std::string::npos) << outcome;
-    EXPECT_EQ(repair.holeIsChain, (std::vector<char>{0, 1, 0}));
-    EXPECT_EQ(repair.holeMarkers, (std::vector<int>{0, 1, 2}));
-    EXPECT_EQ(repair.sharedHoles, (std::vector<int>{-1, -1, -1, 2}));
+    for (int hole = 0; hole < 3; ++hole) { // one each for the first three markers
+        EXPECT_EQ(repair.notes.holes[hole].marker, hole);
+        EXPECT_EQ(repair.notes.regions[hole].hole, hole);
+        EXPECT_EQ(repair.notes.holes[hole].is_chain, hole == 1);
+        EXPECT_GT(repair.notes.holes[hole].new_faces, repair.notes.holes[hole].new_vertices);
+    }
+    EXPECT_EQ(repair.notes.regions[3].joined_hole, 2);
 
     const int old_vertices = static_cast<int>(plate.arrays.vertex_count());
     for (int i = 0; i < old_vertices; ++i) { // untouched to the bit, in place, or gone

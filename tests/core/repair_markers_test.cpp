@@ -69,10 +69,14 @@ TEST(RepairMarkers, IsValidButIdleWithoutASurface) {
         deleted->faces.dele_face(face(*deleted, f));
     }
     expect_idle(repairer(*deleted, markers), deleted.get());
+    // Live vertices at no finite place make an object that works and finds nothing.
     TestMesh nowhere = planar_grid(2, 2);
     nowhere.positions.assign(nowhere.positions.size(), nan_float);
     const auto not_finite = make_mesh(nowhere);
-    expect_idle(repairer(*not_finite, markers), not_finite.get());
+    RepairMarkers finds_nothing = repairer(*not_finite, markers);
+    finds_nothing.DeleteMarkRegion();
+    EXPECT_EQ(finds_nothing.markRegions, std::vector<std::vector<_vert*>>(1));
+    EXPECT_EQ(finds_nothing.deleteblocks(), not_finite.get());
 }
 
 TEST(RepairMarkers, SearchesOnlyVerticesAliveAtConstruction) {

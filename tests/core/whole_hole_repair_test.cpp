@@ -61,7 +61,7 @@ TEST(WholeHoleRepair, ReadsNothingBehindAShortSlot) {
             EXPECT_TRUE(scan.repair.holeFaces[0].empty());
             scan.repair.holePoints[0].resize(left);
             scan.repair.patches.resize(1);
-            scan.repair.fill_holes(1);
+            scan.repair.fill_hole(0);
             EXPECT_TRUE(scan.repair.patches[0].points.empty());
         }
     }

@@ -66,8 +66,8 @@ TEST(MarkedScans, AreRepairedByEveryMethod) {
         GTEST_SKIP() << "set KELVANE_SCANS to a folder of marked scans";
     }
     for (const fs::path& folder : folders) {
-        for (const Method method : {Method::fast, Method::high, Method::low}) {
-            expect_repaired(folder, method);
+        for (const MethodInfo& info : methods()) {
+            expect_repaired(folder, info.method);
         }
     }
 }

@@ -41,7 +41,7 @@ struct PatchCheck : testing::Test {
             normals.push_back({{0, 0, 1}});
         }
     }
-    bool sound() const { return is_sound_patch(mesh, border, {points, faces, normals, places}); }
+    bool sound() const { return is_sound_patch(mesh, border, {points, faces, &normals, places}); }
 };
 
 } // namespace
@@ -73,7 +73,7 @@ TEST_F(PatchCheck, AChainMayEndInTheOpen) {
         border[static_cast<std::size_t>(i)] = &open.vertices.at(i);
     }
     const auto fits = [&] {
-        return is_sound_patch(open, border, {points, faces, normals, places});
+        return is_sound_patch(open, border, {points, faces, &normals, places});
     };
     EXPECT_TRUE(fits()) << "along the straight line";
     points.push_back({{0.5, 1.5, 0.0}});

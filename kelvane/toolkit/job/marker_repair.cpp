@@ -2,6 +2,7 @@
 
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/job/output_capture.hpp"
+#include "kelvane/toolkit/job/patch_soundness.hpp"
 #include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/measure/scan_info.hpp"
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
@@ -111,9 +112,11 @@ Stage stage_of(RunStage stage) {
         return Stage::insertion;
     case RunStage::fairing:
         return Stage::fairing;
-    default:
-        return Stage::normals;
+    case RunStage::normals:
+    case RunStage::done:
+        break;
     }
+    return Stage::normals;
 }
 
 std::int64_t live_vertices(const Mesh& mesh) {
@@ -124,52 +127,49 @@ std::int64_t live_vertices(const Mesh& mesh) {
     return live;
 }
 
-/// Each marker's outcome from what its region met and what came of the holes. `regions` are the
-/// vertices around each cut, as the removal left them.
-std::vector<MarkerReport> judge(const RepairMarkers& run, const std::vector<HoleResult>& holes,
-                                const std::vector<std::vector<_vert*>>& regions,
-                                std::size_t marker_count) {
-    std::vector<MarkerReport> reports(marker_count);
-    const std::vector<RegionFinding>& findings = RunAccess::findings(run);
-    for (std::size_t m = 0; m < findings.size(); ++m) {
-        if (findings[m] == RegionFinding::none_accepted) {
-            reports[m].outcome = Outcome::all_facing_away;
-        } else if (findings[m] == RegionFinding::cut) {
-            reports[m].outcome = Outcome::no_border_found;
-            const int joined = RunAccess::joined_hole(run, m, regions[m]);
-            if (joined >= 0) {
-                reports[m].outcome = holes[static_cast<std::size_t>(joined)].new_faces > 0
-                                         ? Outcome::repaired_with_neighbour
-                                         : Outcome::not_filled;
-            }
-        }
+Outcome outcome_of(const HoleNote& hole, bool own) {
+    if (hole.new_faces == 0) {
+        return Outcome::not_filled;
     }
-    for (const HoleResult& hole : holes) {
-        MarkerReport& report = reports[static_cast<std::size_t>(hole.marker)];
-        const Outcome closed = hole.is_chain ? Outcome::repaired_chain : Outcome::repaired_loop;
-        report.outcome = hole.new_faces > 0 ? closed : Outcome::not_filled;
-        report.border_vertices = hole.border_vertices;
-        report.new_vertices = hole.new_vertices;
-        report.new_faces = hole.new_faces;
+    if (!own) {
+        return Outcome::repaired_with_neighbour;
     }
-    return reports;
+    return hole.is_chain ? Outcome::repaired_chain : Outcome::repaired_loop;
 }
 
-/// Fills, joins and fairs the holes by the driver of the library.
-std::vector<HoleResult> repair_fast(RepairMarkers& run, const Mesh& mesh, int threads,
-                                    const std::function<void(RunStage)>& begins) {
-    std::int32_t first_face = mesh.faces.total();
-    RunObserver observer;
-    observer.stage_begins = [&](RunStage stage) {
-        if (stage == RunStage::insertion) {
-            first_face = mesh.faces.total();
-        }
-        begins(stage);
+MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& holes) {
+    MarkerReport report;
+    switch (region.finding) {
+    case RegionFinding::no_vertex_in_reach:
+        report.outcome = Outcome::no_vertex_within_reach;
+        break;
+    case RegionFinding::none_accepted:
+        report.outcome = Outcome::all_facing_away;
+        break;
+    case RegionFinding::cut:
+        report.outcome = Outcome::no_border_found;
+        break;
+    }
+    if (region.hole >= 0) {
+        const HoleNote& hole = holes[static_cast<std::size_t>(region.hole)];
+        report = {outcome_of(hole, true), hole.border_vertices, hole.new_vertices, hole.new_faces};
+    } else if (region.finding == RegionFinding::cut && region.joined_hole >= 0) {
+        report.outcome = outcome_of(holes[static_cast<std::size_t>(region.joined_hole)], false);
+    }
+    return report;
+}
+
+/// What a run does at its stages and places for this job.
+RunPlaces places_for(StageClock& clock) {
+    RunPlaces places;
+    places.stage_begins = [&clock](RunStage stage) {
+        stage == RunStage::done ? clock.end() : clock.begin(stage_of(stage));
     };
-    RunAccess::observe(run, &observer);
-    run.MarkerRepairprocessing(threads);
-    RunAccess::observe(run, nullptr);
-    return RunAccess::holes_of_patches(run, first_face);
+    places.before_join = [](JoinPlace& place) {
+        return is_sound_patch(place.mesh, place.border,
+                              {place.points, place.faces, place.normals, place.border_places});
+    };
+    return places;
 }
 
 void run_repair(Mesh& mesh, const std::vector<Marker>& markers, const RepairOptions& options,
@@ -189,29 +189,19 @@ void run_repair(Mesh& mesh, const std::vector<Marker>& markers, const RepairOpti
     }
     report.marker_size = RunAccess::marker_size(run);
     run.DeleteMarkRegion();
-    const std::vector<std::vector<_vert*>> regions = RunAccess::regions(run);
-
-    const std::function<void(RunStage)> begins = [&](RunStage stage) {
-        stage == RunStage::done ? clock.end() : clock.begin(stage_of(stage));
-    };
-    const std::vector<HoleResult> holes =
-        options.method == Method::fast
-            ? repair_fast(run, mesh, report.threads, begins)
-            : RunAccess::repair_whole_holes(run, options.method, report.threads, begins);
+    RunAccess::process(run, options.method, report.threads, places_for(clock));
     clock.end();
 
-    report.markers = judge(run, holes, regions, markers.size());
+    const RunNotes& notes = RunAccess::notes(run);
+    report.markers.resize(markers.size());
+    std::transform(notes.regions.begin(), notes.regions.end(), report.markers.begin(),
+                   [&](const RegionNote& region) { return report_of(region, notes.holes); });
     report.vertices_after = live_vertices(mesh);
     report.faces_after = mesh.faces.liveCount;
     report.diagnostics = capture.lines();
 }
 
 } // namespace
-
-const char* to_string(Method method) {
-    constexpr const char* names[] = {"fast", "high", "low"};
-    return names[static_cast<int>(method)];
-}
 
 const char* to_string(Outcome outcome) {
     constexpr const char* names[] = {"repaired_loop",

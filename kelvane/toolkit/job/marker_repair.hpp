@@ -12,6 +12,7 @@
 #include "kelvane/export.hpp"
 #include "kelvane/kernel/mesh_build.hpp"
 #include "kelvane/repair/repair_markers.hpp"
+#include "kelvane/toolkit/job/methods.hpp"
 #include "kelvane/toolkit/job/progress.hpp"
 #include "kelvane/toolkit/scan/scan.hpp"
 
@@ -21,15 +22,6 @@
 #include <vector>
 
 namespace KVN::toolkit {
-
-/// How a hole is closed once it is found.
-enum class Method {
-    fast, ///< triangulated disc, then fairing: parallel over the markers
-    high, ///< one continuation of the surface around the hole in a single step, hole by hole
-    low,  ///< greedy triangulation, made dense and smooth, hole by hole
-};
-
-KELVANE_EXPORT const char* to_string(Method method);
 
 /// How a repair is to be done. The defaults suit a scan whose markers stand a few edges apart.
 struct RepairOptions {

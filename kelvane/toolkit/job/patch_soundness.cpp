@@ -91,6 +91,20 @@ class BorderWalk {
         return (b + 1) % size == a ? -1 : 0;
     }
 
+    /// Whether the mesh waits for a face along the step from place a to place b: its edge there has
+    /// one face, which runs from b to a.
+    bool is_open(int a, int b) const {
+        const _vert* from = border_[static_cast<std::size_t>(a)];
+        const _vert* to = border_[static_cast<std::size_t>(b)];
+        const Mesh_R::_edge* edge = mesh_.vertices.find_edge(from, to);
+        if (edge == nullptr || edge->faceCount != 1) {
+            return false;
+        }
+        _vert* const* corners = edge->faces[0]->verts;
+        const auto at = std::find(corners, corners + 3, to) - corners;
+        return corners[(at + 1) % 3] == from;
+    }
+
     /// Whether an edge that is no step of the border may be used so.
     bool inner_edge_fits(int a, int b, const Uses& uses) const {
         const bool shared = uses.forward == 1 && uses.backward == 1;
@@ -120,7 +134,8 @@ bool edges_fit(const BorderWalk& walk, const PatchCandidate& patch, const PatchE
             if (!walk.inner_edge_fits(a, b, uses)) {
                 return false;
             }
-        } else if (uses.forward != (step > 0 ? 1 : 0) || uses.backward != (step > 0 ? 0 : 1)) {
+        } else if (uses.forward != (step > 0 ? 1 : 0) || uses.backward != (step > 0 ? 0 : 1) ||
+                   !(step > 0 ? walk.is_open(a, b) : walk.is_open(b, a))) {
             return false;
         } else {
             ++steps;
@@ -148,12 +163,13 @@ std::ptrdiff_t euler_number(const PatchCandidate& patch, const PatchEdges& edges
 
 bool is_sound_patch(const Mesh_M::Mesh& mesh, const std::vector<_vert*>& border,
                     const PatchCandidate& patch) {
-    if (patch.faces.empty() || patch.normals.size() != patch.faces.size() ||
+    if (patch.faces.empty() ||
+        (patch.normals != nullptr && patch.normals->size() != patch.faces.size()) ||
         patch.border_place.size() != patch.points.size() || border.size() < 3) {
         return false;
     }
-    if (!all_finite(patch.points) || !all_finite(patch.normals) || !indices_valid(patch) ||
-        !covers_border(patch, border.size())) {
+    if (!all_finite(patch.points) || (patch.normals != nullptr && !all_finite(*patch.normals)) ||
+        !indices_valid(patch) || !covers_border(patch, border.size())) {
         return false;
     }
     const PatchEdges edges = collect_edges(patch.faces);

@@ -1,0 +1,67 @@
+// The places of a run at which a caller from outside may look and act.
+//
+// All are called on the thread that runs the repair, between its parallel stages. An exception
+// thrown in one ends the run and reaches the caller; the mesh is then sound, with open cuts.
+#pragma once
+
+#include "kelvane/repair/run_notes.hpp"
+
+#include <functional>
+#include <vector>
+
+namespace KVN {
+
+struct Marker;
+
+/// The stages of a run, in order.
+enum class RunStage { discovery, fill, insertion, fairing, normals, done };
+
+/// After the cut: faces are gone, no boundary has been looked at. The regions may be rewritten (all
+/// their vertices marked with flag bit 2) and further faces deleted.
+struct CutPlace {
+    Mesh& mesh;
+    const std::vector<Marker>& markers;
+    double margin; ///< added to every marker's radius
+    std::vector<std::vector<_vert*>>& regions;
+    RunNotes& notes;
+};
+
+/// After the search: every hole has its border and a copy of its surroundings, and nothing has been
+/// filled. Border points may be added: to `borders` and, at the same place, to `points`, with
+/// `boundary_counts` and the indices of `faces` brought up to date.
+struct SearchPlace {
+    Mesh& mesh;
+    std::vector<std::vector<_vert*>>& borders;
+    std::vector<std::vector<MyPoint3>>& points; ///< border, then surroundings
+    std::vector<std::vector<MyFace>>& faces;    ///< surroundings, indexing `points`
+    std::vector<int>& boundary_counts;
+    RunNotes& notes;
+};
+
+/// Before a patch is joined to the mesh: it may be changed or refused.
+struct JoinPlace {
+    const Mesh& mesh;
+    int hole;
+    const std::vector<_vert*>& border;
+    std::vector<MyPoint3>& points;
+    std::vector<MyFace>& faces;
+    /// One per face; null where the closing leaves the normals to the insertion.
+    std::vector<MyPoint3>* normals;
+    /// The points that stand for border vertices, told by their coordinates; null where the first
+    /// points are the border in its order.
+    std::vector<int>* border_points;
+    /// Per point, its place in `border`, or -1 for a new vertex. Empty where `border_points` names
+    /// a point that does not exist.
+    std::vector<int> border_places;
+    HoleNote& note;
+};
+
+/// What is called at each place; an empty function is passed over.
+struct RunPlaces {
+    std::function<void(RunStage)> stage_begins;
+    std::function<void(CutPlace&)> after_cut;
+    std::function<void(SearchPlace&)> after_search;
+    std::function<bool(JoinPlace&)> before_join; ///< false: the hole stays open
+};
+
+} // namespace KVN
