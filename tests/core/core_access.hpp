@@ -1,7 +1,5 @@
-// The repair core with its private members open, and what the tests of its stages share.
-//
-// All headers of the standard and of the dependencies come first: only the project's own are read
-// with `private` taken away.
+// What the tests of the repair core's stages share. Their target is compiled without access
+// control.
 #pragma once
 
 #include <Eigen/Dense>
@@ -27,11 +25,10 @@
 #include <utility>
 #include <vector>
 
-#define private public
 #include "kelvane/patch/patch_fairing.hpp"
 #include "kelvane/repair/repair_markers.hpp"
-#undef private
 
+#include "tests/support/plain_normals.hpp"
 #include "tests/support/test_meshes.hpp"
 
 namespace test {
@@ -215,48 +212,24 @@ class OutputCapture {
     std::streambuf* previous;
 };
 
-/// The unit normal of (p0 - p1) x (p1 - p2) with every rounding forced.
+/// The unit normal of (p0 - p1) x (p1 - p2), unoptimised.
 inline Point normal_by_steps(const Point& p0, const Point& p1, const Point& p2) {
-    volatile float a[3] = {p0.x - p1.x, p0.y - p1.y, p0.z - p1.z};
-    volatile float b[3] = {p1.x - p2.x, p1.y - p2.y, p1.z - p2.z};
-    volatile float cross[3];
-    for (int k = 0; k < 3; ++k) {
-        volatile float left = a[(k + 1) % 3] * b[(k + 2) % 3];
-        volatile float right = a[(k + 2) % 3] * b[(k + 1) % 3];
-        cross[k] = left - right;
-    }
-    double squared = 0.0;
-    for (int k = 0; k < 3; ++k) {
-        squared += static_cast<double>(cross[k]) * cross[k];
-    }
-    const double length = std::sqrt(squared);
-    if (!(length > 1e-16)) {
-        return {0.0f, 0.0f, 1.0f};
-    }
-    const double inverse = 1.0 / length;
-    return {static_cast<float>(cross[0] * inverse), static_cast<float>(cross[1] * inverse),
-            static_cast<float>(cross[2] * inverse)};
+    const float corners[9] = {p0.x, p0.y, p0.z, p1.x, p1.y, p1.z, p2.x, p2.y, p2.z};
+    float n[3];
+    plain_face_normal(corners, n);
+    return {n[0], n[1], n[2]};
 }
 
-/// The normalised mean of the faces' normals at a vertex with every rounding forced.
+/// The normalised mean of the faces' normals at a vertex, unoptimised.
 inline Point mean_normal_by_steps(const _vert& v) {
-    volatile float n[3] = {0.0f, 0.0f, 0.0f};
+    std::vector<float> normals;
     for (int i = 0; i < v.faceCount; ++i) {
-        n[0] = n[0] + v.faces[i]->normal.x;
-        n[1] = n[1] + v.faces[i]->normal.y;
-        n[2] = n[2] + v.faces[i]->normal.z;
+        const Point& n = v.faces[i]->normal;
+        normals.insert(normals.end(), {n.x, n.y, n.z});
     }
-    double squared = 0.0;
-    for (int k = 0; k < 3; ++k) {
-        n[k] = static_cast<float>(static_cast<double>(n[k]) / v.faceCount);
-        squared += static_cast<double>(n[k]) * n[k];
-    }
-    const double length = std::sqrt(squared);
-    if (length == 0.0) {
-        return v.faces[0]->normal;
-    }
-    return {static_cast<float>(n[0] / length), static_cast<float>(n[1] / length),
-            static_cast<float>(n[2] / length)};
+    float n[3];
+    plain_vertex_normal(normals.data(), v.faceCount, n);
+    return {n[0], n[1], n[2]};
 }
 
 } // namespace test

@@ -1,4 +1,4 @@
-#include "tests/kernel/plain_normals.hpp"
+#include "tests/support/plain_normals.hpp"
 #include "tests/support/test_meshes.hpp"
 
 #include <cstring>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kelvane/fill/hole_filling.hpp"
+#include "kelvane/triangulator/hole_triangulator.hpp"
 #include "tests/support/test_meshes.hpp"
 
 #include <Eigen/Core>
@@ -12,10 +13,6 @@
 #include <memory>
 #include <random>
 #include <vector>
-
-#define private public // the stages are tested one by one
-#include "kelvane/triangulator/hole_triangulator.hpp"
-#undef private
 
 namespace test {
 
