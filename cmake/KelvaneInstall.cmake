@@ -18,6 +18,7 @@ foreach(header
         kernel/mesh_kernel.hpp
         fill/hole_filling.hpp
         patch/patch_fairing.hpp
+        holes/border_trace.hpp
         repair/closings.hpp
         repair/repair_markers.hpp
         repair/run_notes.hpp

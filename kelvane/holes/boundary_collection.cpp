@@ -1,5 +1,5 @@
 // From the regions around the cuts to the per-hole lists.
-#include "kelvane/holes/boundary.hpp"
+#include "kelvane/kernel/record_marks.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <algorithm>
@@ -24,7 +24,9 @@ void RepairMarkers::BoundaryData() {
         currentMarker = i;
         border.clear();
         notes.regions[i].ring = markRegions[i]; // may be written over
+        notes.trace.walks.clear();
         findmarkhole(markRegions[i], border);
+        notes.regions[i].trace = notes.trace;
         if (border.size() < 3) {
             continue;
         }
@@ -47,7 +49,7 @@ void RepairMarkers::BoundaryData() {
     // Only now: a walk may have to follow a neighbouring marker's ring.
     for (const std::vector<_vert*>& region : markRegions) {
         for (_vert* v : region) {
-            v->flags &= static_cast<std::uint8_t>(~boundary::on_ring);
+            Mesh_R::clear_mark(v, Mesh_R::on_ring);
         }
     }
 }

@@ -1,5 +1,5 @@
 // Cutting the lobes out of a boundary walk that passes a pinch vertex more than once.
-#include "kelvane/holes/boundary.hpp"
+#include "kelvane/kernel/record_words.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <deque>
@@ -7,7 +7,7 @@
 
 namespace KVN {
 
-using namespace boundary;
+using namespace Mesh_R;
 
 namespace {
 

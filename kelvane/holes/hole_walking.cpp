@@ -1,15 +1,32 @@
 // Walking the boundary of the mesh: which edge comes next, a whole walk, and its sense of
 // direction.
-#include "kelvane/holes/boundary.hpp"
+#include "kelvane/holes/edge_direction.hpp"
+#include "kelvane/kernel/record_marks.hpp"
+#include "kelvane/kernel/record_words.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <algorithm>
 
 namespace KVN {
 
-using namespace boundary;
+using namespace Mesh_R;
 
 namespace {
+
+// Tolerances of a walk. All are as they have always been; results on real scans depend on them.
+
+// Edges that the start is moved on at most, away from a pinch vertex. More would leave short
+// boundaries without a start; none would begin walks inside of lobes.
+constexpr int most_skipped = 3;
+// A walk gives up after so many edges away from any marker: a share of the region's vertices, but
+// never fewer than the least. Higher, and every marker beside the scan's rim walks far along it;
+// lower, and a hole that a defect in the scan has widened is not walked around.
+constexpr double patience_share = 0.3;
+constexpr double least_patience = 20.0;
+// Share of a loop's edges, more than which must run against their faces. A clean loop has all of
+// them; the rest is left for edges with twisted faces. At one half, loops walked the wrong way
+// round past many twisted faces would pass.
+constexpr double against_share = 0.8;
 
 // What a boundary edge must have on both ends to be taken in each of nextedge's passes.
 constexpr std::uint8_t pass_marks[] = {in_region, on_ring, 0};
@@ -68,10 +85,6 @@ _edge* RepairMarkers::nextedge(_edge* e, _vert* v) {
 }
 
 void RepairMarkers::gethole(_vert* v, std::vector<_edge*>& out, int n) {
-    constexpr int most_skipped = 3;         // edges
-    constexpr double least_patience = 20.0; // edges away from the marker before the walk gives up
-    constexpr double patience_share = 0.3;  // of the region's vertices
-
     if (v == nullptr) {
         return;
     }
@@ -107,6 +120,7 @@ void RepairMarkers::gethole(_vert* v, std::vector<_edge*>& out, int n) {
     current->status = Mesh_R::status_walked;
     const int limit = static_cast<int>(std::max(patience_share * n, least_patience));
     int run = 0;
+    notes.walk_away = 0;
     while (true) {
         const bool near_marker =
             ((current->start->flags | current->end->flags) & (in_region | on_ring)) != 0;
@@ -119,15 +133,14 @@ void RepairMarkers::gethole(_vert* v, std::vector<_edge*>& out, int n) {
         out.push_back(current);
         current->status = Mesh_R::status_walked;
         if (run >= limit) {
+            notes.walk_away = run;
             return;
         }
     }
 }
 
-bool RepairMarkers::check_hole_anticlock(std::vector<_edge*>& edges) {
-    constexpr double share = 0.8;
+static int edges_against_faces(const std::vector<_edge*>& edges) {
     const int m = static_cast<int>(edges.size());
-    const double bound = m * share;
     int against = 0;
     int ia = -1;
     int ib = -1;
@@ -142,7 +155,20 @@ bool RepairMarkers::check_hole_anticlock(std::vector<_edge*>& edges) {
             ++against;
         }
     }
-    return against > bound;
+    return against;
+}
+
+Verdict judge_direction(const std::vector<_edge*>& edges) {
+    const int m = static_cast<int>(edges.size());
+    const int against = edges_against_faces(edges);
+    if (against > m * against_share) {
+        return {};
+    }
+    return {Refusal::wrong_way, m > 0 ? static_cast<double>(against) / m : 0.0, against_share};
+}
+
+bool RepairMarkers::check_hole_anticlock(std::vector<_edge*>& edges) {
+    return judge_direction(edges).accepted();
 }
 
 } // namespace KVN

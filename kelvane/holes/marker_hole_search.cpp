@@ -1,5 +1,7 @@
 // Which of the boundaries that a marker's region touches is the marker's hole.
-#include "kelvane/holes/boundary.hpp"
+#include "kelvane/holes/edge_direction.hpp"
+#include "kelvane/kernel/record_marks.hpp"
+#include "kelvane/kernel/record_words.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <algorithm>
@@ -7,9 +9,24 @@
 
 namespace KVN {
 
-using namespace boundary;
+using namespace Mesh_R;
 
 namespace {
+
+// Tolerances of the search for a loop. All are as they have always been.
+
+// Share of a loop's edges, more than which must touch a ring vertex of any marker. Lower, and the
+// outline of a small scan or a hole of the scan's own beside the marker is taken for the marker's;
+// higher, and holes that run a little beyond the cut are lost. Compared as a single-precision
+// quotient.
+constexpr double ring_share = 0.8;
+// With which half of the cut's circumference is reckoned. A loop shorter around than that is small
+// if it is also short of edges (below).
+constexpr double about_pi = 3.14;
+// Share of the region's vertices, fewer edges than which make a short loop small. Lower, and specks
+// that the cut leaves are taken for the hole; higher, and finely cut holes are refused.
+constexpr double edge_share = 0.5;
+constexpr std::size_t usual_walk = 2000; // edges; reserved so that normal holes do not regrow
 
 // A list is small where it is both shorter around than the marker and has less than half as many
 // edges as the region has vertices.
@@ -17,42 +34,45 @@ struct SizeTest {
     double marker_size;
     int region_vertices;
 
-    bool small(const std::vector<_edge*>& edges) const {
-        double perimeter = 0.0;
+    static double perimeter(const std::vector<_edge*>& edges) {
+        double sum = 0.0;
         for (const _edge* e : edges) {
             const double dx = static_cast<double>(e->start->pos.x) - e->end->pos.x;
             const double dy = static_cast<double>(e->start->pos.y) - e->end->pos.y;
             const double dz = static_cast<double>(e->start->pos.z) - e->end->pos.z;
-            perimeter += std::sqrt(dx * dx + dy * dy + dz * dz);
+            sum += std::sqrt(dx * dx + dy * dy + dz * dz);
         }
-        return marker_size > perimeter && 0.5 * region_vertices > static_cast<double>(edges.size());
+        return sum;
+    }
+
+    Verdict judge(const std::vector<_edge*>& edges, Refusal when_small) const {
+        const double around = perimeter(edges);
+        if (marker_size > around &&
+            edge_share * region_vertices > static_cast<double>(edges.size())) {
+            return {when_small, around, marker_size};
+        }
+        return {};
     }
 };
 
 void free_walk(std::vector<_edge*>& edges) {
     for (_edge* e : edges) {
-        e->status = Mesh_R::status_normal;
+        e->status = status_normal;
     }
     edges.clear();
 }
 
-// The first loop that runs mostly along the marked rings, or null: a boundary that the region
-// merely touches is not the marker's.
-const std::vector<_edge*>* loop_on_ring(const std::vector<std::vector<_edge*>>& loops) {
-    constexpr double ring_share = 0.8;
-    for (const std::vector<_edge*>& loop : loops) {
-        if (loop.size() < 3) {
-            continue;
-        }
-        const auto touching = std::count_if(loop.begin(), loop.end(), [](const _edge* e) {
-            return ((e->start->flags | e->end->flags) & on_ring) != 0;
-        });
-        const float share = static_cast<float>(touching) / static_cast<float>(loop.size());
-        if (static_cast<double>(share) > ring_share) {
-            return &loop;
-        }
+// A boundary that the region merely touches is not the marker's: a loop has to run mostly along the
+// marked rings.
+Verdict judge_ring(const std::vector<_edge*>& loop) {
+    const auto touching = std::count_if(loop.begin(), loop.end(), [](const _edge* e) {
+        return ((e->start->flags | e->end->flags) & on_ring) != 0;
+    });
+    const float share = static_cast<float>(touching) / static_cast<float>(loop.size());
+    if (static_cast<double>(share) > ring_share) {
+        return {};
     }
-    return nullptr;
+    return {Refusal::off_ring, static_cast<double>(share), ring_share};
 }
 
 // The vertices of a closed loop in walking order, beginning where the walk began.
@@ -73,61 +93,81 @@ void list_vertices(const std::vector<_edge*>& loop, const _edge* walk_start,
 } // namespace
 
 void RepairMarkers::findmarkhole(std::vector<_vert*>& region, std::vector<_vert*>& border) {
-    constexpr std::size_t usual_walk = 2000; // edges; reserved so that normal holes do not regrow
     region.erase(std::remove_if(region.begin(), region.end(),
-                                [](const _vert* v) { return v->status == Mesh_R::status_deleted; }),
+                                [](const _vert* v) { return v->status == status_deleted; }),
                  region.end());
     if (region.empty() || currentMarker >= static_cast<int>(markers.size())) {
+        notes.trace.add({Refusal::dead_region}, {}, false);
         return;
     }
-    const int n = static_cast<int>(region.size());
-    const double radius = markers[currentMarker].radius;
-    // Half of the circumference, with the constant as it has always been.
-    const SizeTest size_test{(radius + markerSize) * 3.14 * 0.5, n};
+    for (_vert* v : region) {
+        set_mark(v, in_region);
+    }
     std::vector<_edge*> edges;
     edges.reserve(usual_walk);
-    std::vector<_edge*> scratch;
     std::vector<std::vector<_edge*>> loops;
     const _edge* walk_start = nullptr;
-
-    for (_vert* v : region) {
-        v->flags |= in_region;
+    const bool candidate = find_candidate(region, edges, loops, walk_start);
+    // The split leaves one loop. Failing this test is no reason to try further walks.
+    const Verdict on_the_ring = candidate ? judge_ring(loops[0]) : Verdict{Refusal::no_free_edge};
+    if (candidate) {
+        notes.trace.add(on_the_ring, edges, false);
     }
-    // The first walk that is closed, large enough and runs the right way ends the search.
-    const auto is_candidate = [&] {
-        if (edges.size() < 3) {
-            return false;
-        }
-        walk_start = edges.front();
-        if (!meet(edges.front(), edges.back()) || size_test.small(edges)) {
-            return false;
-        }
-        check_hole_split(scratch, edges, loops);
-        return loops[0].size() >= 3 && !size_test.small(loops[0]) && check_hole_anticlock(loops[0]);
-    };
-    bool candidate = false;
-    for (std::size_t i = 0; i < region.size() && !candidate; ++i) {
-        if (region[i]->status == Mesh_R::status_deleted) {
-            continue;
-        }
-        gethole(region[i], edges, n);
-        candidate = is_candidate();
-        if (!candidate) {
-            free_walk(edges);
-        }
-    }
-    const std::vector<_edge*>* loop = candidate ? loop_on_ring(loops) : nullptr;
-    notes.border_is_chain = loop == nullptr;
-    if (loop != nullptr) {
-        list_vertices(*loop, walk_start, border);
+    notes.border_is_chain = !on_the_ring.accepted();
+    if (on_the_ring.accepted()) {
+        list_vertices(loops[0], walk_start, border);
     } else {
         free_walk(edges);
         border.clear();
         unclosedhole(region, border);
     }
     for (_vert* v : region) {
-        v->flags &= static_cast<std::uint8_t>(~in_region);
+        clear_mark(v, in_region);
     }
+}
+
+// Walks from the region's vertices until a walk is closed, large enough and runs the right way;
+// `edges` then holds it, and `loops` what is left of it without lobes.
+bool RepairMarkers::find_candidate(const std::vector<_vert*>& region, std::vector<_edge*>& edges,
+                                   std::vector<std::vector<_edge*>>& loops,
+                                   const _edge*& walk_start) {
+    const int n = static_cast<int>(region.size());
+    const double radius = markers[currentMarker].radius;
+    const SizeTest size_test{(radius + markerSize) * about_pi * 0.5, n};
+    std::vector<_edge*> scratch;
+    const auto judge = [&]() -> Verdict {
+        if (edges.size() < 3) {
+            const auto count = static_cast<double>(edges.size());
+            return {edges.empty() ? Refusal::no_free_edge : Refusal::too_short, count, 3.0};
+        }
+        walk_start = edges.front();
+        if (!meet(edges.front(), edges.back())) {
+            const auto away = static_cast<double>(notes.walk_away);
+            return {away > 0 ? Refusal::patience_spent : Refusal::walk_open, away, away};
+        }
+        if (const Verdict size = size_test.judge(edges, Refusal::too_small); !size.accepted()) {
+            return size;
+        }
+        check_hole_split(scratch, edges, loops);
+        if (loops[0].size() < 3) {
+            return {Refusal::too_short_split, static_cast<double>(loops[0].size()), 3.0};
+        }
+        const Verdict size = size_test.judge(loops[0], Refusal::too_small_split);
+        return size.accepted() ? judge_direction(loops[0]) : size;
+    };
+    for (_vert* v : region) {
+        if (v->status == status_deleted) {
+            continue;
+        }
+        gethole(v, edges, n);
+        const Verdict verdict = judge();
+        if (verdict.accepted()) {
+            return true;
+        }
+        notes.trace.add(verdict, edges, false);
+        free_walk(edges);
+    }
+    return false;
 }
 
 } // namespace KVN

@@ -1,5 +1,7 @@
 // The border of a marker that sits on the open rim of the scan: an open chain.
-#include "kelvane/holes/boundary.hpp"
+#include "kelvane/holes/edge_direction.hpp"
+#include "kelvane/kernel/record_marks.hpp"
+#include "kelvane/kernel/record_words.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <algorithm>
@@ -7,18 +9,32 @@
 
 namespace KVN {
 
-using namespace boundary;
+using namespace Mesh_R;
 
 namespace {
 
-constexpr double walk_share = 0.7;      // of the region's vertices: edges that a walk must have
-constexpr double remainder_share = 0.5; // and after lobes have been cut out
-constexpr double chain_share = 0.8;     // vertices with which a chain needs no arc test
-constexpr std::size_t short_chain = 5;  // vertices; a chain of so few is never taken by its arc
-constexpr double least_arc = 2.6179938779914944; // 150 degrees
-constexpr double long_way_excess = 0.5;          // radians
+// Tolerances of an open chain. All are as they have always been.
+
+// Edges of a walk, as a share of the region's vertices, and what must be left of them once lobes
+// have been cut out. Lower, and the rim of a scrap beside the marker is taken; higher, and markers
+// of which little is on the scan are lost.
+constexpr double walk_share = 0.7;
+constexpr double remainder_share = 0.5;
+// Vertices of a chain, as a share of the region's, with which it needs no arc test: it follows
+// nearly all of the cut. Markers cut by the rim through their middle have about this share.
+constexpr double chain_share = 0.8;
+// Vertices; a chain of so few says nothing by its arc.
+constexpr std::size_t short_chain = 5;
+// Radians that a chain must span around the marker's centre, 150 degrees. Smaller, and a marker
+// that only touches the rim gets a chord across the scan's outline.
+constexpr double least_arc = 2.6179938779914944;
+// Radians by which the way over the chain's middle must be longer than the straight angle for the
+// arc to count as more than half a turn; below, it is the noise of the border.
+constexpr double long_way_excess = 0.5;
 constexpr double full_circle = 6.283185307179586;
-constexpr std::size_t long_walk = 100; // edges; a longer one gets the final say
+// Edges; the longest walk, if longer than this, gets the final say: so much rim around one marker
+// means that the seeds stood inside of its stretch.
+constexpr std::size_t long_walk = 100;
 
 // The angle at `c` between the directions to `p` and `q`, 0 to pi: differences in single precision,
 // the rest in double.
@@ -32,24 +48,42 @@ double angle_at(const MemS::Point3v<float>& p, const MemS::Point3v<float>& c,
     return std::atan2(std::sqrt(cx * cx + cy * cy + cz * cz), ux * wx + uy * wy + uz * wz);
 }
 
-// True if the chain spans at least 150 degrees around the centre, the long way counted as such.
-bool spans_marker(const std::vector<_vert*>& chain, const MemS::Point3v<float>& centre) {
+// The angle that the chain spans around the centre, the long way counted as such.
+double spanned_angle(const std::vector<_vert*>& chain, const MemS::Point3v<float>& centre) {
     const MemS::Point3v<float>& first = chain.front()->pos;
     const MemS::Point3v<float>& last = chain.back()->pos;
     const MemS::Point3v<float>& middle = chain[(chain.size() - 1) / 2]->pos;
-    double a = angle_at(first, centre, last);
+    const double a = angle_at(first, centre, last);
     const double s = angle_at(first, centre, middle) + angle_at(middle, centre, last);
-    if (s > a && s - a > long_way_excess) {
-        a = full_circle - a;
-    }
-    return !(least_arc > a);
+    return s > a && s - a > long_way_excess ? full_circle - a : a;
 }
 
-bool chain_accepted(const std::vector<_vert*>& chain, int n, const MemS::Point3v<float>& centre) {
-    if (static_cast<double>(chain.size()) >= chain_share * n) {
-        return !chain.empty();
+Verdict judge_chain(const std::vector<_vert*>& chain, int n, const MemS::Point3v<float>& centre) {
+    const auto size = static_cast<double>(chain.size());
+    if (chain.empty()) {
+        return {Refusal::no_region_vertex};
     }
-    return chain.size() > short_chain && spans_marker(chain, centre);
+    if (size >= chain_share * n) {
+        return {};
+    }
+    if (chain.size() <= short_chain) {
+        return {Refusal::chain_size, size, static_cast<double>(short_chain)};
+    }
+    const double arc = spanned_angle(chain, centre);
+    if (!(least_arc > arc)) {
+        return {};
+    }
+    constexpr double degrees = 360.0 / full_circle;
+    return {Refusal::arc, arc * degrees, least_arc * degrees};
+}
+
+// Whether a walk has edges enough for the region's n vertices.
+Verdict judge_share(std::size_t edges, double share, int n, Refusal when_few) {
+    const auto count = static_cast<double>(edges);
+    if (edges >= 3 && !(share * n > count)) {
+        return {};
+    }
+    return {when_few, count, std::max(3.0, share * n)};
 }
 
 // The vertices at which the boundary leaves the marked ring, each marked as a seed; a vertex whose
@@ -68,7 +102,7 @@ std::vector<_vert*> collect_seeds(const std::vector<_vert*>& region) {
         }
     }
     for (_vert* v : seeds) {
-        v->flags |= is_seed;
+        set_mark(v, is_seed);
     }
     return seeds;
 }
@@ -155,9 +189,32 @@ void RepairMarkers::unclosedhole(std::vector<_vert*>& region, std::vector<_vert*
     std::vector<_edge*> best;
     std::vector<_edge*> scratch;
     std::vector<std::vector<_edge*>> loops;
+    const auto judge = [&]() -> Verdict {
+        const Verdict enough = judge_share(walk.size(), walk_share, n, Refusal::walk_share);
+        if (!enough.accepted()) {
+            return enough;
+        }
+        check_hole_split(scratch, walk, loops);
+        const Verdict left =
+            judge_share(loops[0].size(), remainder_share, n, Refusal::remainder_share);
+        if (!left.accepted()) {
+            return left;
+        }
+        const Verdict direction = judge_direction(loops[0]);
+        if (!direction.accepted()) {
+            return direction;
+        }
+        build_chain(loops[0], state, border);
+        return judge_chain(border, n, centre);
+    };
 
-    for (_vert* seed : collect_seeds(region)) {
+    const std::vector<_vert*> seeds = collect_seeds(region);
+    if (seeds.empty()) {
+        notes.trace.add({Refusal::no_seed}, {}, true);
+    }
+    for (_vert* seed : seeds) {
         if (!enters_here(seed, state)) {
+            notes.trace.add({Refusal::other_end}, {}, true);
             continue;
         }
         walk.clear();
@@ -165,29 +222,30 @@ void RepairMarkers::unclosedhole(std::vector<_vert*>& region, std::vector<_vert*
         if (walk.size() > best.size()) {
             best = walk;
         }
-        const auto enough = [n](std::size_t edges, double share) {
-            return edges >= 3 && !(share * n > static_cast<double>(edges));
-        };
-        if (enough(walk.size(), walk_share)) {
-            check_hole_split(scratch, walk, loops);
-            if (enough(loops[0].size(), remainder_share) && check_hole_anticlock(loops[0])) {
-                build_chain(loops[0], state, border);
-                if (chain_accepted(border, n, centre)) {
-                    break;
-                }
-                border.clear();
-            }
+        const Verdict verdict = judge();
+        notes.trace.add(verdict, walk, true);
+        if (verdict.accepted()) {
+            break;
         }
+        border.clear();
         free_edges(walk);
     }
     if (best.size() <= long_walk) {
+        if (border.empty()) {
+            const auto edges = static_cast<double>(best.size());
+            notes.trace.add({Refusal::long_walk, edges, static_cast<double>(long_walk)}, {}, true);
+        }
         return;
     }
     // The longest walk, as it was before any lobe was cut out and in its own direction, gets the
     // final say, even over a chain accepted above.
     build_chain(best, state, border);
-    if (!border.empty() && !chain_accepted(border, n, centre)) {
-        free_edges(best);
+    const Verdict final_say = judge_chain(border, n, centre);
+    notes.trace.add(final_say, best, true);
+    if (!final_say.accepted()) {
+        if (!border.empty()) {
+            free_edges(best);
+        }
         border.clear();
     }
 }

@@ -1,17 +1,15 @@
 // Copying a hole's border and the band of surface around it out of the mesh.
+#include "kelvane/kernel/record_marks.hpp"
+#include "kelvane/patch/point_conversion.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <cmath>
 
 namespace KVN {
 
+using namespace Mesh_R;
+
 namespace {
-
-constexpr std::uint8_t gathered = 1; // flag bit of vertices and faces during the gathering
-
-MyPoint3 widen(const MemS::Point3v<float>& p) {
-    return MyPoint3{{p.x, p.y, p.z}};
-}
 
 float distance(const _vert* a, const _vert* b) {
     const float dx = a->pos.x - b->pos.x;
@@ -28,7 +26,7 @@ struct Band {
     void add_vertex(_vert* v, std::map<int, int>& vertexMap) {
         vertexMap.emplace(v->index, static_cast<int>(vertices.size()));
         vertices.push_back(v);
-        v->flags |= gathered;
+        set_mark(v, gathered);
     }
 
     // Adds the faces around vertices [begin, end) and their other corners.
@@ -37,12 +35,12 @@ struct Band {
             const _vert* v = vertices[i];
             for (int k = 0; k < v->faceCount; ++k) {
                 _face* face = v->faces[k];
-                if ((face->flags & gathered) == 0) {
-                    face->flags |= gathered;
+                if (!has_mark(face, gathered)) {
+                    set_mark(face, gathered);
                     faces.push_back(face);
                 }
                 for (_vert* corner : face->verts) {
-                    if ((corner->flags & gathered) == 0) {
+                    if (!has_mark(corner, gathered)) {
                         add_vertex(corner, vertexMap);
                     }
                 }
@@ -86,13 +84,13 @@ void RepairMarkers::HoleNeighbor7(std::vector<_vert*>& border, std::vector<MyPoi
 
     points.reserve(band.vertices.size());
     for (_vert* v : band.vertices) {
-        v->flags &= static_cast<std::uint8_t>(~gathered);
+        clear_mark(v, gathered);
         points.push_back(widen(v->pos));
     }
     faces.reserve(band.faces.size());
     normals.reserve(band.faces.size());
     for (_face* face : band.faces) {
-        face->flags &= static_cast<std::uint8_t>(~gathered);
+        clear_mark(face, gathered);
         MyFace local;
         for (int i = 0; i < 3; ++i) {
             local.t_idx[i] = vertexMap[face->verts[i]->index];

@@ -1,5 +1,6 @@
 // The second way of inserting a patch: border vertices are told by their coordinates.
 #include "kelvane/patch/face_insertion.hpp"
+#include "kelvane/patch/point_conversion.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <cmath>
@@ -25,10 +26,6 @@ bool indices_in_range(const MyFace& triangle, int last) {
         }
     }
     return true;
-}
-
-MemS::Point3v<float> narrow(const MyPoint3& p) {
-    return {static_cast<float>(p.p[0]), static_cast<float>(p.p[1]), static_cast<float>(p.p[2])};
 }
 
 } // namespace

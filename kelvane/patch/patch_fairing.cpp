@@ -1,6 +1,7 @@
 // The bi-Laplace system of one patch: its weights, its rows, and its solution.
 #include "kelvane/patch/patch_fairing.hpp"
 
+#include "kelvane/kernel/record_words.hpp"
 #include "kelvane/patch/fairing_rows.hpp"
 
 #include <Eigen/OrderingMethods>
@@ -41,10 +42,6 @@ double dot(const Vector& a, const Vector& b) {
 double cross_length(const Vector& a, const Vector& b) {
     const Vector c(a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x);
     return std::sqrt(dot(c, c));
-}
-
-bool is_end(const _edge* e, const _vert* v) {
-    return e->start == v || e->end == v;
 }
 
 // The share of a triangle's area that goes to its corner `v`, with p and q the two others.
@@ -121,7 +118,7 @@ double PatchFairing::edgeWeight(const _edge* e) {
         const _face* f = e->faces[i];
         const _vert* w = f->verts[2];
         for (int k = 1; k >= 0; --k) {
-            if (!is_end(e, f->verts[k])) {
+            if (!Mesh_R::is_end(e, f->verts[k])) {
                 w = f->verts[k];
             }
         }
@@ -160,7 +157,7 @@ void PatchFairing::computeRow(_vert* v, int row, double& bx, double& by, double&
         for (int i = 0; i < v->edgeCount; ++i) {
             const _edge* e = v->edges[i];
             const double g = edgeWeight(e);
-            _vert* neighbour = e->start == v ? e->end : e->start;
+            _vert* neighbour = Mesh_R::other_end(e, v);
             computeRow(neighbour, row, bx, by, bz, -(g * w * multiplier), ids, depth - 1);
             sum += g;
         }

@@ -1,4 +1,5 @@
 // Cutting the surface out from under the markers.
+#include "kelvane/kernel/record_marks.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <cmath>
@@ -6,11 +7,9 @@
 
 namespace KVN {
 
-namespace {
+using namespace Mesh_R;
 
-// Owners of flag bit 2: on a vertex, accepted for a marker or standing around its cut; on a face,
-// to be deleted (the mark stays on the deleted record).
-constexpr std::uint8_t marked = 2;
+namespace {
 
 bool finite(const Marker& m) {
     return std::isfinite(m.x) && std::isfinite(m.y) && std::isfinite(m.z);
@@ -76,21 +75,21 @@ void RepairMarkers::select_marker_vertices(const Marker& marker, const std::vect
 // Marks the faces of the selected vertices and gathers them and the vertices just outside of them.
 void RepairMarkers::collect_ring(const std::vector<int>& selected, RegionNote& region) const {
     for (const int index : selected) {
-        mesh->vertices.at(index).flags |= marked;
+        set_mark(&mesh->vertices.at(index), on_ring);
     }
     for (const int index : selected) {
         const _vert& v = mesh->vertices.at(index);
         for (int i = 0; i < v.faceCount; ++i) {
             _face* face = v.faces[i];
-            if ((face->flags & marked) != 0) {
+            if (has_mark(face, to_delete)) {
                 continue;
             }
-            face->flags |= marked;
+            set_mark(face, to_delete);
             region.faces.push_back(face);
             for (_vert* corner : face->verts) {
-                if ((corner->flags & marked) == 0) {
+                if (!has_mark(corner, on_ring)) {
                     region.ring.push_back(corner);
-                    corner->flags |= marked;
+                    set_mark(corner, on_ring);
                 }
             }
         }
@@ -102,7 +101,7 @@ void RepairMarkers::delete_marked_faces() {
     const int total = mesh->faces.total();
     for (int i = 0; i < total; ++i) {
         _face& face = mesh->faces.at(i);
-        if ((face.flags & marked) != 0) {
+        if (has_mark(&face, to_delete)) {
             mesh->faces.dele_face(&face);
         }
     }
@@ -130,7 +129,7 @@ void RepairMarkers::DeleteMarkRegion() {
         bool any_alive = false;
         for (const int index : hits) {
             _vert& v = mesh->vertices.at(index);
-            v.flags &= static_cast<std::uint8_t>(~marked);
+            clear_mark(&v, on_ring);
             any_alive = any_alive || v.status != Mesh_R::status_deleted;
         }
         region.finding = !selected.empty() ? RegionFinding::cut

@@ -117,6 +117,8 @@ class KELVANE_EXPORT RepairMarkers {
     void BoundaryData();
     void note_joined_holes();
     void findmarkhole(std::vector<_vert*>& region, std::vector<_vert*>& border);
+    bool find_candidate(const std::vector<_vert*>& region, std::vector<_edge*>& edges,
+                        std::vector<std::vector<_edge*>>& loops, const _edge*& walk_start);
     void gethole(_vert* v, std::vector<_edge*>& out, int n);
     _edge* nextedge(_edge* e, _vert* v);
     bool check_hole_anticlock(std::vector<_edge*>& edges);

@@ -2,6 +2,7 @@
 // of the repair reads it back.
 #pragma once
 
+#include "kelvane/holes/border_trace.hpp"
 #include "kelvane/names.hpp"
 
 #include <vector>
@@ -21,6 +22,7 @@ struct RegionNote {
     std::vector<_vert*> ring;  ///< the vertices just outside of the cut
     std::vector<_face*> faces; ///< cut out for this marker and not for one before it
     int hole = -1;             ///< of its own, or -1
+    BorderTrace trace;         ///< how the search went
     int joined_hole = -1;      ///< another marker's, with which this cut has run together, or -1
 };
 
@@ -43,7 +45,10 @@ struct HoleNote {
 struct RunNotes {
     std::vector<RegionNote> regions; ///< one per entry of the list of regions
     std::vector<HoleNote> holes;     ///< one per hole, in the order of the per-hole lists
-    bool border_is_chain = false;    ///< how the search found its last border
+    // Of the search under way.
+    BorderTrace trace;            ///< of the region under search
+    bool border_is_chain = false; ///< how the last border was found
+    int walk_away = 0; ///< edges away from any marker that made the last walk give up, or 0
 };
 
 } // namespace KVN

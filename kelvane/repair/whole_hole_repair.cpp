@@ -1,5 +1,6 @@
 // One hole by the heavier operations, which know the surface around it. The result stays in the
 // hole's lists, in the form that insertpatch_7 takes.
+#include "kelvane/patch/point_conversion.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 #include "kelvane/triangulator/hole_triangulator.hpp"
 
@@ -21,10 +22,6 @@ void append(std::vector<double>& flat, const MemS::Point3v<float>& p) {
     flat.push_back(p.x);
     flat.push_back(p.y);
     flat.push_back(p.z);
-}
-
-MemS::Point3v<float> narrow(const MyPoint3& p) {
-    return {static_cast<float>(p.p[0]), static_cast<float>(p.p[1]), static_cast<float>(p.p[2])};
 }
 
 // A temporary mesh: its memory goes back before the object ends.

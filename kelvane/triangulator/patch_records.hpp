@@ -1,35 +1,25 @@
-// Marks on the records of the triangulator's temporary mesh and small look-ups in them. Internal to
-// the triangulator.
+// Measures and small look-ups on the records of the triangulator's temporary mesh. Internal to the
+// triangulator.
 #pragma once
 
-#include "kelvane/kernel/mesh_kernel.hpp"
+#include "kelvane/kernel/record_marks.hpp"
+#include "kelvane/kernel/record_words.hpp"
 
 #include <Eigen/Core>
 
 #include <cmath>
-#include <cstdint>
 
 namespace KVN {
 
-constexpr std::uint8_t keep_bit = 1;      ///< record of the input; a vertex with it never moves
-constexpr std::uint8_t rejected_bit = 2;  ///< the ear at this vertex was refused
-constexpr std::uint8_t visit_mark = 0x20; ///< scratch of the refinement
-constexpr std::uint8_t rim_mark = 0x40;   ///< edge on the outline of the patch
-
-template <class Record>
-bool has_mark(const Record* record, std::uint8_t mark) {
-    return (record->flags & mark) != 0;
-}
-
-template <class Record>
-void set_mark(Record* record, std::uint8_t mark) {
-    record->flags = static_cast<std::uint8_t>(record->flags | mark);
-}
-
-template <class Record>
-void clear_mark(Record* record, int marks) {
-    record->flags = static_cast<std::uint8_t>(record->flags & ~marks);
-}
+using Mesh_R::clear_mark;
+using Mesh_R::has_mark;
+using Mesh_R::is_end;
+using Mesh_R::keep_bit;
+using Mesh_R::other_end;
+using Mesh_R::rejected_bit;
+using Mesh_R::rim_mark;
+using Mesh_R::set_mark;
+using Mesh_R::visit_mark;
 
 /// p - q: subtracted in single precision, then widened.
 inline Eigen::Vector3d difference(const MemS::Point3v<float>& p, const MemS::Point3v<float>& q) {
@@ -51,14 +41,6 @@ inline double distance(const MemS::Point3v<float>& p, const MemS::Point3v<float>
 
 inline double squared_length(const Mesh_R::_edge* e) {
     return squared_norm(difference(e->start->pos, e->end->pos));
-}
-
-inline bool is_end(const Mesh_R::_edge* e, const Mesh_R::_vert* v) {
-    return e->start == v || e->end == v;
-}
-
-inline Mesh_R::_vert* other_end(const Mesh_R::_edge* e, const Mesh_R::_vert* v) {
-    return e->start == v ? e->end : e->start;
 }
 
 /// Slot of the vertex of `f` that is not an end of `e`; the last such slot, -1 if there is none.

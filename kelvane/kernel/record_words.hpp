@@ -1,20 +1,9 @@
-// Small words of the boundary search that several of its routines speak.
+// Small words about records that all stages speak.
 #pragma once
 
 #include "kelvane/kernel/mesh_kernel.hpp"
 
-#include <cstdint>
-
-namespace KVN::boundary {
-
-using Mesh_R::_edge;
-using Mesh_R::_face;
-using Mesh_R::_vert;
-
-// Flag bits of a vertex during the search, by value.
-constexpr std::uint8_t in_region = 1; ///< around the marker under search
-constexpr std::uint8_t on_ring = 2;   ///< around any marker, as the removal left it
-constexpr std::uint8_t is_seed = 8;   ///< where an open boundary leaves the ring; never cleared
+namespace Mesh_R {
 
 inline bool is_end(const _edge* e, const _vert* v) {
     return e->start == v || e->end == v;
@@ -35,16 +24,6 @@ inline bool is_pinch(const _vert* v) {
     return v->edgeCount - v->faceCount > 1;
 }
 
-/// Position of `v` among the face's corners, or `otherwise`.
-inline int position_in(const _face* face, const _vert* v, int otherwise) {
-    for (int i = 0; i < 3; ++i) {
-        if (face->verts[i] == v) {
-            return i;
-        }
-    }
-    return otherwise;
-}
-
 /// Number of boundary edges at `v`.
 inline int boundary_edge_count(const _vert* v) {
     int count = 0;
@@ -56,4 +35,14 @@ inline int boundary_edge_count(const _vert* v) {
     return count;
 }
 
-} // namespace KVN::boundary
+/// Position of `v` among the face's corners, or `otherwise`.
+inline int position_in(const _face* face, const _vert* v, int otherwise) {
+    for (int i = 0; i < 3; ++i) {
+        if (face->verts[i] == v) {
+            return i;
+        }
+    }
+    return otherwise;
+}
+
+} // namespace Mesh_R
