@@ -11,5 +11,6 @@ void add_cut(CLI::App& app);
 void add_info(CLI::App& app);
 void add_demo(CLI::App& app);
 void add_compare(CLI::App& app);
+void add_explain(CLI::App& app);
 
 } // namespace kelvane_command

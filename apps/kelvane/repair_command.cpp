@@ -1,5 +1,6 @@
 #include "commands.hpp"
 #include "console.hpp"
+#include "repair_options.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/job/marker_files.hpp"
@@ -26,7 +27,6 @@ struct Arguments {
     std::string markers;
     std::string output;
     std::string report;
-    std::string method;
     RepairOptions options;
     bool json = false;
     bool quiet = false;
@@ -114,34 +114,14 @@ void add_repair(CLI::App& app, int& status) {
         ->required();
     command->add_option("--output", arguments->output, "Repaired scan; may be the scan itself")
         ->required();
-    command->add_option("--marker-size", arguments->options.marker_size,
-                        "Added to each marker's radius for the cut (twice the mean edge)");
-    command->add_flag("--size-adjustable", arguments->options.size_adjustable,
-                      "Cut also what faces away by up to 135 degrees near a marker's plane, and "
-                      "let --resolution enlarge the marker size");
-    command->add_option("--resolution", arguments->options.resolution,
-                        "Mean point distance of the scan");
-    std::vector<std::string> names;
-    std::string help;
-    for (const MethodInfo& info : methods()) {
-        names.push_back(info.name);
-        help += (help.empty() ? "" : "; ") + std::string(info.name) + " " + info.help;
-    }
-    command->add_option("--method", arguments->method, help)->check(CLI::IsMember(names));
+    add_cut_options(*command, arguments->options);
     command->add_option("--threads", arguments->options.threads, "Threads; 0 for all processors")
         ->check(CLI::NonNegativeNumber);
     command->add_option("--report", arguments->report, "Write the report to this JSON file");
     command->add_flag("--json", arguments->json, "Print the report as JSON");
     command->add_flag("--quiet", arguments->quiet, "No progress, diagnostics and table");
     command->add_flag("--strict", arguments->strict, "End with 1 if a marker is left unrepaired");
-    command->callback([arguments, &status] {
-        for (const MethodInfo& info : methods()) {
-            if (arguments->method == info.name) {
-                arguments->options.method = info.method;
-            }
-        }
-        status = repair(*arguments);
-    });
+    command->callback([arguments, &status] { status = repair(*arguments); });
 }
 
 } // namespace kelvane_command

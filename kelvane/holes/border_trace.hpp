@@ -4,7 +4,6 @@
 
 #include "kelvane/kernel/mesh_kernel.hpp"
 
-#include <string>
 #include <vector>
 
 namespace KVN {
@@ -32,9 +31,6 @@ enum class Refusal {
     long_walk,        ///< no walk is long enough to get the final say
 };
 
-/// The refusal in words, e.g. "too few edges touch a marker's ring".
-const char* describe(Refusal refusal);
-
 /// A verdict with the figure that it rests on and the limit that the figure was held against.
 struct Verdict {
     Refusal refusal = Refusal::none;
@@ -59,14 +55,6 @@ struct BorderTrace {
     bool keep_walks = false; ///< also keep the walks' vertices
 
     void add(const Verdict& verdict, const std::vector<Mesh_R::_edge*>& edges, bool as_chain);
-
-    /// The verdict of the walk that came farthest through the tests; of several, the one of most
-    /// edges. No walk at all counts as a dead region.
-    const WalkTrace* nearest() const;
 };
-
-/// A verdict in words with figure and limit, e.g. "too few edges touch a marker's ring: 0.41, more
-/// than 0.8 asked for".
-std::string sentence(const Verdict& verdict);
 
 } // namespace KVN

@@ -50,8 +50,9 @@ bool sort_and_find_repeat(std::vector<std::int64_t>& keys) {
 /// The walk over the three stores. Each check returns false once a fault is noted.
 class Checker {
   public:
-    explicit Checker(const Mesh& mesh_)
-        : mesh(mesh_), vertices(mesh_.vertices), edges(mesh_.edges), faces(mesh_.faces) {}
+    Checker(const Mesh& mesh_, Marks marks_)
+        : mesh(mesh_), marks(marks_), vertices(mesh_.vertices), edges(mesh_.edges),
+          faces(mesh_.faces) {}
 
     // Every entry of a list is found to be right and single, so a record can be missing from a list
     // only if the lists are shorter in sum than they should be. Which one it is takes a search that
@@ -95,7 +96,9 @@ class Checker {
 
     template <class Record>
     bool check_status(const Record& record) {
-        return record.status == status_normal ||
+        const bool marked =
+            record.status == Mesh_R::status_walked || record.status == Mesh_R::status_cut;
+        return record.status == status_normal || (marked && marks == Marks::of_a_run) ||
                fail(name(&record) + " has status " + number(record.status));
     }
 
@@ -274,6 +277,7 @@ class Checker {
     }
 
     const Mesh& mesh;
+    Marks marks;
     Mesh_R::RecordIndex<_vert> vertices;
     Mesh_R::RecordIndex<_edge> edges;
     Mesh_R::RecordIndex<_face> faces;
@@ -286,8 +290,8 @@ class Checker {
 
 } // namespace
 
-MeshCheck check_mesh(const Mesh& mesh) {
-    return Checker(mesh).run();
+MeshCheck check_mesh(const Mesh& mesh, Marks marks) {
+    return Checker(mesh, marks).run();
 }
 
 } // namespace Mesh_M

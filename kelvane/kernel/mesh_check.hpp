@@ -21,9 +21,14 @@ struct MeshCheck {
     bool sound() const { return fault.empty(); }
 };
 
+/// Which status words are in order beside 8 and 3.
+enum class Marks {
+    none,    ///< none, as between runs
+    of_a_run ///< also 1 and 2, as the hole search leaves them on edges until the run ends
+};
+
 /// Walks every record once: adjacency in both directions, counts against list contents, status
-/// words (8 or 3 between runs), deleted records out of all live lists, `liveCount`, no face or edge
-/// twice.
-KELVANE_EXPORT MeshCheck check_mesh(const Mesh& mesh);
+/// words, deleted records out of all live lists, `liveCount`, no face or edge twice.
+KELVANE_EXPORT MeshCheck check_mesh(const Mesh& mesh, Marks marks = Marks::none);
 
 } // namespace Mesh_M

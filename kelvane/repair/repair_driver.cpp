@@ -39,6 +39,7 @@ void RepairMarkers::run(const Closing& closing, int threads, const RunPlaces& pl
         CutPlace place{*mesh, markers, markerSize, markRegions, notes};
         places.after_cut(place);
     }
+    check_stage("the cut");
     begin(RunStage::discovery);
     setPointIndex();
     BoundaryData();
@@ -47,10 +48,12 @@ void RepairMarkers::run(const Closing& closing, int threads, const RunPlaces& pl
         SearchPlace place{*mesh, holeBorders, holePoints, holeFaces, holeBoundaryCount, notes};
         places.after_search(place);
     }
+    check_stage("the search");
     begin(RunStage::fill);
     close_holes(closing, threads);
     begin(RunStage::insertion);
     join_holes(closing, places);
+    check_stage("the insertion");
     if (closing.fair != nullptr) {
         begin(RunStage::fairing);
         (this->*closing.fair)(omp_get_max_threads());
@@ -58,6 +61,7 @@ void RepairMarkers::run(const Closing& closing, int threads, const RunPlaces& pl
     begin(RunStage::normals);
     recompute_normals(threads);
     reset_edge_marks();
+    check_stage("the normals");
     begin(RunStage::done);
 }
 

@@ -95,6 +95,7 @@ class KELVANE_EXPORT RepairMarkers {
     std::vector<int> places_by_coordinates(int i);
     void recompute_normals(int threads);
     void reset_edge_marks();
+    void check_stage(const char* stage) const; // stage_checks.cpp
 
     // closings.cpp: one row per method, the fast one first; their steps in repair_driver.cpp and
     // whole_hole_repair.cpp

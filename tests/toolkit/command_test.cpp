@@ -46,6 +46,23 @@ TEST_F(Command, RepairsAndReports) {
     EXPECT_EQ(result.err.find('\r'), std::string::npos) << "no bar off the terminal";
 }
 
+TEST_F(Command, ExplainsTheSearchAtOneMarker) {
+    const auto result = run("explain scan.ply --markers both.csv --marker 1 --output why");
+    ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.out, test::content(folder / "why/explanation.txt"));
+    EXPECT_NE(result.out.find("taken as the border"), std::string::npos) << result.out;
+    const Scan patch = read_scan(folder / "why/patch.ply");
+    EXPECT_NE(result.out.find(std::to_string(patch.face_count()) + " new faces"),
+              std::string::npos);
+    for (const char* name : {"cut", "ring", "walks", "border"}) {
+        EXPECT_GT(test::content(folder / (std::string("why/") + name + ".ply")).size(), 500U);
+    }
+    EXPECT_NE(run("explain scan.ply --markers both.csv --marker 2 --output why")
+                  .out.find("no vertex within reach"),
+              std::string::npos);
+    EXPECT_EQ(run("explain scan.ply --markers both.csv --marker 3 --output why").status, 2);
+}
+
 TEST_F(Command, StrictTellsAMarkerThatIsLeft) {
     const std::string repair = "repair scan.ply --markers both.csv --output out.ply ";
     EXPECT_EQ(run(repair).status, 0);

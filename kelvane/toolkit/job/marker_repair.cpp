@@ -1,9 +1,8 @@
 #include "kelvane/toolkit/job/marker_repair.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/job/mesh_run.hpp"
 #include "kelvane/toolkit/job/output_capture.hpp"
-#include "kelvane/toolkit/job/patch_soundness.hpp"
-#include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/measure/scan_info.hpp"
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
 
@@ -71,25 +70,6 @@ class TeamSize {
     int before_;
 };
 
-void check_arguments(const std::vector<Marker>& markers, const RepairOptions& options) {
-    if (options.marker_size &&
-        !(std::isfinite(*options.marker_size) && *options.marker_size >= 0)) {
-        throw InputError("the marker size must be a finite length of 0 or more");
-    }
-    if (options.resolution && !(std::isfinite(*options.resolution) && *options.resolution > 0)) {
-        throw InputError("the resolution must be a finite length above 0");
-    }
-    if (options.threads < 0) {
-        throw InputError("the number of threads must be 0 or more");
-    }
-    for (std::size_t i = 0; i < markers.size(); ++i) {
-        if (!(std::isfinite(markers[i].radius) && markers[i].radius > 0)) {
-            throw InputError("marker " + std::to_string(i + 1) +
-                             ": the radius must be a finite length above 0");
-        }
-    }
-}
-
 /// As many threads as were asked for, but no more than can have work at the same time: holes are
 /// shared out one by one, faces by processor.
 int team_for(const RepairOptions& options, std::size_t markers) {
@@ -127,51 +107,6 @@ std::int64_t live_vertices(const Mesh& mesh) {
     return live;
 }
 
-Outcome outcome_of(const HoleNote& hole, bool own) {
-    if (hole.new_faces == 0) {
-        return Outcome::not_filled;
-    }
-    if (!own) {
-        return Outcome::repaired_with_neighbour;
-    }
-    return hole.is_chain ? Outcome::repaired_chain : Outcome::repaired_loop;
-}
-
-MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& holes) {
-    MarkerReport report;
-    switch (region.finding) {
-    case RegionFinding::no_vertex_in_reach:
-        report.outcome = Outcome::no_vertex_within_reach;
-        break;
-    case RegionFinding::none_accepted:
-        report.outcome = Outcome::all_facing_away;
-        break;
-    case RegionFinding::cut:
-        report.outcome = Outcome::no_border_found;
-        break;
-    }
-    if (region.hole >= 0) {
-        const HoleNote& hole = holes[static_cast<std::size_t>(region.hole)];
-        report = {outcome_of(hole, true), hole.border_vertices, hole.new_vertices, hole.new_faces};
-    } else if (region.finding == RegionFinding::cut && region.joined_hole >= 0) {
-        report.outcome = outcome_of(holes[static_cast<std::size_t>(region.joined_hole)], false);
-    }
-    return report;
-}
-
-/// What a run does at its stages and places for this job.
-RunPlaces places_for(StageClock& clock) {
-    RunPlaces places;
-    places.stage_begins = [&clock](RunStage stage) {
-        stage == RunStage::done ? clock.end() : clock.begin(stage_of(stage));
-    };
-    places.before_join = [](JoinPlace& place) {
-        return is_sound_patch(place.mesh, place.border,
-                              {place.points, place.faces, place.normals, place.border_places});
-    };
-    return places;
-}
-
 void run_repair(Mesh& mesh, const std::vector<Marker>& markers, const RepairOptions& options,
                 RepairReport& report, StageClock& clock) {
     report.threads = team_for(options, markers.size());
@@ -181,27 +116,39 @@ void run_repair(Mesh& mesh, const std::vector<Marker>& markers, const RepairOpti
     OutputCapture capture;
 
     clock.begin(Stage::removal);
-    const double margin = options.marker_size.value_or(2.0 * mean_edge_length(mesh));
-    std::vector<Marker> list = markers;
-    RepairMarkers run(&mesh, list, margin, options.size_adjustable ? 1 : 0, nullptr, 0);
-    if (options.resolution) {
-        run.setResolution(*options.resolution);
-    }
-    report.marker_size = RunAccess::marker_size(run);
-    run.DeleteMarkRegion();
-    RunAccess::process(run, options.method, report.threads, places_for(clock));
+    MeshRun run(mesh, markers, options.marker_size.value_or(2.0 * mean_edge_length(mesh)), options);
+    report.marker_size = run.marker_size();
+    run.cut();
+    run.close(report.threads, [&clock](RunStage stage) {
+        stage == RunStage::done ? clock.end() : clock.begin(stage_of(stage));
+    });
     clock.end();
-
-    const RunNotes& notes = RunAccess::notes(run);
-    report.markers.resize(markers.size());
-    std::transform(notes.regions.begin(), notes.regions.end(), report.markers.begin(),
-                   [&](const RegionNote& region) { return report_of(region, notes.holes); });
+    report.markers = run.reports();
     report.vertices_after = live_vertices(mesh);
     report.faces_after = mesh.faces.liveCount;
     report.diagnostics = capture.lines();
 }
 
 } // namespace
+
+void check_repair_arguments(const std::vector<Marker>& markers, const RepairOptions& options) {
+    if (options.marker_size &&
+        !(std::isfinite(*options.marker_size) && *options.marker_size >= 0)) {
+        throw InputError("the marker size must be a finite length of 0 or more");
+    }
+    if (options.resolution && !(std::isfinite(*options.resolution) && *options.resolution > 0)) {
+        throw InputError("the resolution must be a finite length above 0");
+    }
+    if (options.threads < 0) {
+        throw InputError("the number of threads must be 0 or more");
+    }
+    for (std::size_t i = 0; i < markers.size(); ++i) {
+        if (!(std::isfinite(markers[i].radius) && markers[i].radius > 0)) {
+            throw InputError("marker " + std::to_string(i + 1) +
+                             ": the radius must be a finite length above 0");
+        }
+    }
+}
 
 const char* to_string(Outcome outcome) {
     constexpr const char* names[] = {"repaired_loop",
@@ -242,7 +189,7 @@ double RepairReport::seconds() const {
 
 RepairReport repair_mesh(Mesh& mesh, const std::vector<Marker>& markers,
                          const RepairOptions& options, Progress* progress) {
-    check_arguments(markers, options);
+    check_repair_arguments(markers, options);
     RepairReport report;
     StageClock clock(report, progress, false);
     run_repair(mesh, markers, options, report, clock);
@@ -254,7 +201,7 @@ RepairReport repair_mesh(Mesh& mesh, const std::vector<Marker>& markers,
 
 RepairReport repair_scan(Scan& scan, const std::vector<Marker>& markers,
                          const RepairOptions& options, Progress* progress) {
-    check_arguments(markers, options);
+    check_repair_arguments(markers, options);
     RepairReport report;
     StageClock clock(report, progress, true);
     Mesh mesh;

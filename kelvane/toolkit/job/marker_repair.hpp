@@ -65,6 +65,8 @@ struct MarkerReport {
     int border_vertices = 0;
     int new_vertices = 0;
     int new_faces = 0;
+    /// Where no border was found, what stood against the boundary that came nearest, in words.
+    std::string search;
 };
 
 /// The time that a stage took.
@@ -90,6 +92,10 @@ struct KELVANE_EXPORT RepairReport {
     int repaired() const;   ///< markers whose place is closed
     double seconds() const; ///< sum of all stages
 };
+
+/// Throws InputError for options or markers that make no sense: a negative or not finite size.
+KELVANE_EXPORT void check_repair_arguments(const std::vector<Marker>& markers,
+                                           const RepairOptions& options);
 
 /// Repairs `mesh` in place; its vertex normals must be up to date. Nothing but the surroundings of
 /// the markers is touched, except that all normals are computed anew. `loaded`, `short_faces` and

@@ -9,6 +9,11 @@ namespace KVN::toolkit {
 struct RunAccess {
     static double marker_size(const RepairMarkers& run) { return run.markerSize; }
     static const RunNotes& notes(const RepairMarkers& run) { return run.notes; }
+    static const std::vector<Marker>& markers(const RepairMarkers& run) { return run.markers; }
+    static const std::vector<std::vector<_vert*>>& borders(const RepairMarkers& run) {
+        return run.holeBorders;
+    }
+    static void keep_walks(RepairMarkers& run) { run.notes.trace.keep_walks = true; }
     static const std::vector<Closing>& closings() { return RepairMarkers::closings(); }
 
     /// MarkerRepairprocessing with the closing of `method`, stopping at `places`.

@@ -70,6 +70,9 @@ std::string to_json(const RepairReport& report, const std::vector<Marker>& marke
                            {"border_vertices", result.border_vertices},
                            {"new_vertices", result.new_vertices},
                            {"new_faces", result.new_faces}});
+        if (!result.search.empty()) {
+            entries.back()["search"] = result.search;
+        }
     }
     Json seconds = Json::object();
     for (const StageTime& time : report.times) {

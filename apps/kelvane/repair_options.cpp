@@ -1,0 +1,33 @@
+#include "repair_options.hpp"
+
+#include <string>
+#include <vector>
+
+namespace kelvane_command {
+
+using namespace KVN::toolkit;
+
+void add_cut_options(CLI::App& command, RepairOptions& options) {
+    command.add_option("--marker-size", options.marker_size,
+                       "Added to each marker's radius for the cut (twice the mean edge)");
+    command.add_flag("--size-adjustable", options.size_adjustable,
+                     "Cut also what faces away by up to 135 degrees near a marker's plane, and "
+                     "let --resolution enlarge the marker size");
+    command.add_option("--resolution", options.resolution, "Mean point distance of the scan");
+    std::vector<std::string> names;
+    std::string help;
+    for (const MethodInfo& info : methods()) {
+        names.push_back(info.name);
+        help += (help.empty() ? "" : "; ") + std::string(info.name) + ": " + info.help;
+    }
+    const auto choose = [&options](const std::string& name) {
+        for (const MethodInfo& info : methods()) {
+            if (name == info.name) {
+                options.method = info.method;
+            }
+        }
+    };
+    command.add_option_function<std::string>("--method", choose, help)->check(CLI::IsMember(names));
+}
+
+} // namespace kelvane_command

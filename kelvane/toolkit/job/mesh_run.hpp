@@ -1,0 +1,42 @@
+// One repair of a mesh in memory, step by step: what all roads of a job have in common.
+#pragma once
+
+#include "kelvane/toolkit/job/marker_repair.hpp"
+
+#include <functional>
+#include <vector>
+
+namespace KVN::toolkit {
+
+class MeshRun {
+  public:
+    /// Over `mesh`, whose vertex normals must be up to date; it must outlive the object.
+    /// `marker_size` is used as it is, without `options.marker_size`.
+    MeshRun(Mesh_M::Mesh& mesh, const std::vector<Marker>& markers, double marker_size,
+            const RepairOptions& options);
+
+    /// Added to every marker's radius, after `options.resolution`.
+    double marker_size() const;
+
+    /// Keeps the vertices of every walk of the search in its trace.
+    void keep_walks();
+
+    /// Cuts the surface out under every marker.
+    void cut() { run_.DeleteMarkRegion(); }
+
+    /// Finds, closes and joins all holes and computes all normals, with so many threads. Tells the
+    /// stages as they begin. A patch that does not fit its hole is not taken.
+    void close(int threads, const std::function<void(RunStage)>& stage_begins);
+
+    const RunNotes& notes() const;
+    /// Per hole, its border in walking order.
+    const std::vector<std::vector<_vert*>>& borders() const;
+    /// One report per marker.
+    std::vector<MarkerReport> reports() const;
+
+  private:
+    RepairMarkers run_;
+    const RepairOptions& options_;
+};
+
+} // namespace KVN::toolkit
