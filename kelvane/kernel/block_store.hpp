@@ -27,7 +27,7 @@ Record* BlockStore<Record>::append() {
 template <class Record>
 void BlockStore<Record>::reserve_more(std::size_t records) {
     // The way taken for nearly all records. Short of the block's last slot, no limit is near.
-    if (static_cast<std::size_t>(fullBlocks) < blocksMade &&
+    if (static_cast<std::size_t>(fullBlocks) < blocks_made &&
         records < static_cast<std::size_t>(blockSize - lastCount)) {
         return;
     }
@@ -36,13 +36,13 @@ void BlockStore<Record>::reserve_more(std::size_t records) {
         throw std::length_error("a mesh cannot hold more than 2147483647 records of a kind");
     }
     const std::size_t size = static_cast<std::size_t>(blockSize);
-    const std::size_t room = blocksMade * size - used;
+    const std::size_t room = blocks_made * size - used;
     if (records <= room) {
         return;
     }
     // Where records come one by one, blocks come in groups that grow with the store: that spares
     // calls to the system.
-    const std::size_t group = std::min<std::size_t>(std::max<std::size_t>(blocksMade / 4, 1), 32);
+    const std::size_t group = std::min<std::size_t>(std::max<std::size_t>(blocks_made / 4, 1), 32);
     const std::size_t missing = (records - room + size - 1) / size;
     make_blocks(records < size ? std::max(missing, group) : missing);
 }
@@ -50,20 +50,20 @@ void BlockStore<Record>::reserve_more(std::size_t records) {
 // `count` more blocks, side by side in one piece of memory; nothing changes if that fails.
 template <class Record>
 void BlockStore<Record>::make_blocks(std::size_t count) {
-    if (blocksMade + count > blockCapacity) {
-        const std::size_t capacity = std::max(blocksMade + count, blockCapacity * 2);
+    if (blocks_made + count > block_capacity) {
+        const std::size_t capacity = std::max(blocks_made + count, block_capacity * 2);
         Record** grown = new Record*[capacity];
-        std::copy(blocks, blocks + blocksMade, grown);
+        std::copy(blocks, blocks + blocks_made, grown);
         delete[] blocks;
         blocks = grown;
-        blockCapacity = capacity;
+        block_capacity = capacity;
     }
     const std::size_t size = static_cast<std::size_t>(blockSize);
     pieces.reserve(pieces.size() + 1);
     void* memory = take_memory(count * size * sizeof(Record));
     pieces.push_back(memory);
     for (std::size_t i = 0; i < count; ++i) {
-        blocks[blocksMade++] = static_cast<Record*>(memory) + i * size;
+        blocks[blocks_made++] = static_cast<Record*>(memory) + i * size;
     }
 }
 
@@ -75,8 +75,8 @@ void BlockStore<Record>::release() {
     std::vector<void*>().swap(pieces);
     delete[] blocks;
     blocks = nullptr;
-    blockCapacity = 0;
-    blocksMade = 0;
+    block_capacity = 0;
+    blocks_made = 0;
     fullBlocks = 0;
     lastCount = 0;
 }

@@ -29,7 +29,7 @@ void Edge::insert_face(_face* face) {
 
 void Edge::insert_face(_edge* edge, _face* face) {
     if (edge != nullptr && face != nullptr) {
-        append_entry(*lists, edge->faces, edge->faceCount, edge->faceCapacityLog2,
+        append_entry(*lists, edge->faces, edge->faceCount, edge->face_capacity_log2,
                      first_edge_list_log2, face);
     }
 }

@@ -49,8 +49,8 @@ _vert* MeshBuilder::add_vertex(const float* position, std::int32_t valence) {
         const std::uint8_t log2 = room_log2(valence, Mesh_R::first_vertex_list_log2);
         vertex->edges = static_cast<Mesh_R::_edge**>(mesh.vertices.lists->take(log2));
         vertex->faces = static_cast<_face**>(mesh.vertices.lists->take(log2));
-        vertex->edgeCapacityLog2 = log2;
-        vertex->faceCapacityLog2 = log2;
+        vertex->edge_capacity_log2 = log2;
+        vertex->face_capacity_log2 = log2;
     }
     return vertex;
 }

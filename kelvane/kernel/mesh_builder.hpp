@@ -58,16 +58,16 @@ class MeshBuilder {
 
 inline void MeshBuilder::append_to(Mesh_R::_vert* vertex, Mesh_R::_edge* edge) {
     Mesh_R::append_entry(*mesh.vertices.lists, vertex->edges, vertex->edgeCount,
-                         vertex->edgeCapacityLog2, Mesh_R::first_vertex_list_log2, edge);
+                         vertex->edge_capacity_log2, Mesh_R::first_vertex_list_log2, edge);
 }
 
 inline void MeshBuilder::append_to(Mesh_R::_vert* vertex, Mesh_R::_face* face) {
     Mesh_R::append_entry(*mesh.vertices.lists, vertex->faces, vertex->faceCount,
-                         vertex->faceCapacityLog2, Mesh_R::first_vertex_list_log2, face);
+                         vertex->face_capacity_log2, Mesh_R::first_vertex_list_log2, face);
 }
 
 inline void MeshBuilder::append_to(Mesh_R::_edge* edge, Mesh_R::_face* face) {
-    Mesh_R::append_entry(*mesh.edges.lists, edge->faces, edge->faceCount, edge->faceCapacityLog2,
+    Mesh_R::append_entry(*mesh.edges.lists, edge->faces, edge->faceCount, edge->face_capacity_log2,
                          Mesh_R::first_edge_list_log2, face);
 }
 

@@ -69,12 +69,12 @@ struct _vert {
     float localSize = 0.0f; ///< local target length, used on temporary meshes only
     std::int32_t index = 0; ///< place in the store on a fresh record; callers may renumber
     std::uint8_t flags = 0; ///< scratch bits with fixed owners
-    std::uint8_t edgeCapacityLog2 = 0; ///< kernel's own: room in `edges`, as a power of two
+    std::uint8_t edge_capacity_log2 = 0; ///< kernel's own: room in `edges`, as a power of two
     std::int16_t edgeCount = 0;
     std::int16_t faceCount = 0;
     std::uint16_t status = status_normal;
     std::uint32_t tag = 0;
-    std::uint8_t faceCapacityLog2 = 0; ///< kernel's own: room in `faces`, as a power of two
+    std::uint8_t face_capacity_log2 = 0; ///< kernel's own: room in `faces`, as a power of two
 };
 
 /// An edge between two vertices, in no oriented order. `faceCount` is 1 on a boundary edge.
@@ -85,7 +85,7 @@ struct _edge {
     std::int16_t faceCount = 0;
     std::uint16_t status = status_normal;
     std::uint8_t flags = 0;
-    std::uint8_t faceCapacityLog2 = 0; ///< kernel's own: room in `faces`, as a power of two
+    std::uint8_t face_capacity_log2 = 0; ///< kernel's own: room in `faces`, as a power of two
 };
 
 /// A triangle. The normal points to the side from which `verts` run anticlockwise. `edges` holds
@@ -130,13 +130,13 @@ class BlockStore {
 
     /// Bytes taken from the system.
     std::size_t bytes() const {
-        return blocksMade * static_cast<std::size_t>(blockSize) * sizeof(Record) +
-               blockCapacity * sizeof(Record*);
+        return blocks_made * static_cast<std::size_t>(blockSize) * sizeof(Record) +
+               block_capacity * sizeof(Record*);
     }
 
-    std::size_t blockCapacity = 0; ///< entries of `blocks` that can be used
-    std::size_t blocksMade = 0;    ///< entries of `blocks` that are allocated
-    std::vector<void*> pieces;     ///< memory of one or more blocks each
+    std::size_t block_capacity = 0; ///< entries of `blocks` that can be used
+    std::size_t blocks_made = 0;    ///< entries of `blocks` that are allocated
+    std::vector<void*> pieces;      ///< memory of one or more blocks each
 
   private:
     void make_blocks(std::size_t count);

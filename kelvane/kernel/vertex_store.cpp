@@ -34,7 +34,7 @@ void Vertex::insert_edge(_edge* edge) {
 
 void Vertex::insert_edge(_vert* vertex, _edge* edge) {
     if (vertex != nullptr && edge != nullptr) {
-        append_entry(*lists, vertex->edges, vertex->edgeCount, vertex->edgeCapacityLog2,
+        append_entry(*lists, vertex->edges, vertex->edgeCount, vertex->edge_capacity_log2,
                      first_vertex_list_log2, edge);
     }
 }
@@ -49,7 +49,7 @@ void Vertex::insert_face(_face* face) {
 
 void Vertex::insert_face(_vert* vertex, _face* face) {
     if (vertex != nullptr && face != nullptr) {
-        append_entry(*lists, vertex->faces, vertex->faceCount, vertex->faceCapacityLog2,
+        append_entry(*lists, vertex->faces, vertex->faceCount, vertex->face_capacity_log2,
                      first_vertex_list_log2, face);
     }
 }

@@ -76,7 +76,7 @@ std::vector<double> reversed(const std::vector<double>& border) {
 
 TEST(FillHole, MakesADiscOverEveryBorder) {
     for (const NamedBorder& border : borderCorpus()) {
-        EXPECT_EQ(faultOf(border.points, fill(border.points)), "") << border.name;
+        EXPECT_EQ(fault_of(border.points, fill(border.points)), "") << border.name;
     }
 }
 
@@ -129,7 +129,7 @@ TEST(FillHole, DoesNotDependOnPlaceTurnOrNumbering) {
         })};
     for (const std::vector<double>& variant : variants) {
         const MyOFFDataNew patch = fill(variant);
-        EXPECT_EQ(faultOf(variant, patch), "");
+        EXPECT_EQ(fault_of(variant, patch), "");
         EXPECT_NEAR(patch.innerCount, plain.innerCount, 0.08 * plain.innerCount);
         EXPECT_NEAR(totalArea(patch), totalArea(plain), 0.004 * totalArea(plain));
     }
@@ -197,7 +197,7 @@ TEST(FillHole, KeepsAwayFromTheLongEdgeOfARimChain) {
     for (const int count : {9, 16, 31, 60}) {
         const std::vector<double> border = rimChain(count, 0);
         const MyOFFDataNew patch = fill(border);
-        EXPECT_EQ(faultOf(border, patch), "");
+        EXPECT_EQ(fault_of(border, patch), "");
         // The triangle on the long edge stands well off it, and nothing is needle-like around it.
         const MyPoint3 &first = patch.points[0], &last = patch.points[patch.borderCount - 1];
         const double length = distance(first, last);

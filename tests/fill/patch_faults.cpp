@@ -16,7 +16,7 @@ std::array<double, 3> minus(const MyPoint3& a, const MyPoint3& b) {
     return {a.p[0] - b.p[0], a.p[1] - b.p[1], a.p[2] - b.p[2]};
 }
 
-std::string faultOfRecord(const std::vector<double>& border, const MyOFFDataNew& patch) {
+std::string fault_ofRecord(const std::vector<double>& border, const MyOFFDataNew& patch) {
     const int count = static_cast<int>(border.size() / 3);
     const int points = static_cast<int>(patch.points.size());
     if (patch.borderCount != count || patch.freeStart != count || points < count ||
@@ -43,7 +43,7 @@ std::string faultOfRecord(const std::vector<double>& border, const MyOFFDataNew&
 
 /// Edges, Euler characteristic and one connected piece, in which every point has a single fan: its
 /// triangles hang together across the edges at it.
-std::string faultOfTopology(const MyOFFDataNew& patch) {
+std::string fault_ofTopology(const MyOFFDataNew& patch) {
     const int count = patch.borderCount, points = static_cast<int>(patch.points.size());
     std::map<std::pair<int, int>, int> owners; // directed edge -> triangle
     for (std::size_t f = 0; f < patch.faces.size(); ++f) {
@@ -89,7 +89,7 @@ std::string faultOfTopology(const MyOFFDataNew& patch) {
     return {};
 }
 
-std::string faultOfShape(const MyOFFDataNew& patch) {
+std::string fault_ofShape(const MyOFFDataNew& patch) {
     double extent = 0.0;
     for (const MyPoint3& point : patch.points) {
         extent = std::max(extent, distance(point, patch.points[0]));
@@ -123,10 +123,10 @@ double areaOf(const MyOFFDataNew& patch, const MyFace& face) {
                             u[0] * v[1] - u[1] * v[0]);
 }
 
-std::string faultOf(const std::vector<double>& border, const MyOFFDataNew& patch) {
-    std::string fault = faultOfRecord(border, patch);
+std::string fault_of(const std::vector<double>& border, const MyOFFDataNew& patch) {
+    std::string fault = fault_ofRecord(border, patch);
     if (fault.empty()) {
-        fault = faultOfTopology(patch);
+        fault = fault_ofTopology(patch);
     }
-    return fault.empty() ? faultOfShape(patch) : fault;
+    return fault.empty() ? fault_ofShape(patch) : fault;
 }

@@ -7,7 +7,7 @@
 #include <vector>
 
 /// An empty text for a patch that is all that fillHoleWithoutFair promises, else the first fault.
-std::string faultOf(const std::vector<double>& border, const Mesh_M::MyOFFDataNew& patch);
+std::string fault_of(const std::vector<double>& border, const Mesh_M::MyOFFDataNew& patch);
 
 /// Length of the edge a - b, and area of a triangle.
 double distance(const Mesh_M::MyPoint3& a, const Mesh_M::MyPoint3& b);

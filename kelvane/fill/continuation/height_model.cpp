@@ -170,7 +170,7 @@ bool HeightModel::fit(const std::vector<Eigen::Vector2d>& places, const Eigen::V
         if (!solve(design, heights, excess, weights, arcs.valid)) {
             return false;
         }
-        const Eigen::VectorXd residuals = heights - arcShare_ * excess - design * coefficients_;
+        const Eigen::VectorXd residuals = heights - arc_share_ * excess - design * coefficients_;
         const Eigen::VectorXd next = outlier_weights(residuals, resolution);
         const double change = (next - weights).cwiseAbs().maxCoeff();
         if (change < 0.02) {
@@ -217,7 +217,7 @@ bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& he
     Eigen::VectorXd prior = Eigen::VectorXd::Zero(prior_terms);
     double total = 0.0;
     double variance = 0.0;
-    arcShare_ = 0.0;
+    arc_share_ = 0.0;
     roughness_ = 0.0;
     for (const Mixture::Entry& entry : mixture.entries) {
         if (entry.cost > mixture.best + Mixture::negligible) {
@@ -226,7 +226,7 @@ bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& he
         const double weight = std::exp(-0.5 * (entry.cost - mixture.best));
         total += weight;
         prior += weight * entry.prior;
-        arcShare_ += weight * entry.arc;
+        arc_share_ += weight * entry.arc;
         roughness_ += entry.rough ? weight : 0.0;
         variance += weight * entry.variance;
     }
@@ -234,10 +234,10 @@ bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& he
         return false;
     }
     prior /= total;
-    arcShare_ /= total;
+    arc_share_ /= total;
     roughness_ /= total;
     noise_ = std::sqrt(variance / total);
-    const Eigen::VectorXd target = samples.col(0) - arcShare_ * samples.col(1);
+    const Eigen::VectorXd target = samples.col(0) - arc_share_ * samples.col(1);
     coefficients_.resize(terms);
     coefficients_.tail(prior_terms) = prior;
     coefficients_.head(free_terms) = free_block.solve(
@@ -246,7 +246,7 @@ bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& he
 }
 
 double HeightModel::operator()(const Eigen::Vector2d& place) const {
-    return basis_.products(place).dot(folded_) + arcShare_ * arc_(place);
+    return basis_.products(place).dot(folded_) + arc_share_ * arc_(place);
 }
 
 } // namespace Mesh_M::fill

@@ -42,7 +42,7 @@ class HeightModel {
 
     DiscPolynomials basis_;
     ArcExcess arc_;
-    double arcShare_ = 0.0;
+    double arc_share_ = 0.0;
     double roughness_ = 0.0;
     Eigen::VectorXd coefficients_;
     Eigen::VectorXd folded_; ///< the same for the basis' products

@@ -18,7 +18,7 @@ enum class Side : char { unknown, surroundings, hole };
 
 using DirectedEdge = std::pair<int, int>;
 
-bool allFinite(const std::vector<double>& values) {
+bool all_finite(const std::vector<double>& values) {
     return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
 }
 
@@ -171,7 +171,8 @@ Point face_normal(const HoleScene& scene, const Triangle& t, const Point& fallba
 bool read_scene(const std::vector<double>& soup, const std::vector<double>& border,
                 bool hole_included, int surrounding_faces, HoleScene& scene) {
     std::vector<Point> loop;
-    if (soup.size() % doubles_per_triangle != 0 || !allFinite(soup) || !read_border(border, loop)) {
+    if (soup.size() % doubles_per_triangle != 0 || !all_finite(soup) ||
+        !read_border(border, loop)) {
         return false;
     }
     std::vector<Point> positions;

@@ -166,7 +166,7 @@ SurfacePoint SurfaceDistance::closest(double x, double y, double z) const {
         if (node.count == 0) {
             std::pair<double, std::int32_t> children[2];
             for (std::int32_t i = 0; i < 2; ++i) {
-                const Node& child = nodes_[std::size_t(node.first + i)];
+                const Node& child = nodes_[static_cast<std::size_t>(node.first) + std::size_t(i)];
                 children[i] = {squared_distance_to_box(p, child.lower, child.upper),
                                node.first + i};
             }

@@ -179,7 +179,7 @@ class StickerPlacer {
             const double x =
                 random_.uniform(keep - 0.5 * options_.width, 0.5 * options_.width - keep);
             const double most = half_depth(options_, x) - keep - 1.0; // the rim is not straight
-            const Vector2d place(x, random_.uniform(-most, most));
+            Vector2d place(x, random_.uniform(-most, most));
             if (most > 0.0 && 0.5 * options_.width > keep && is_clear(stickers_, place, radius)) {
                 return place;
             }

@@ -1,5 +1,5 @@
 // Turns bytes into a border loop on a small grid, where points coincide and align at will.
-#include "patch_faults.hpp"
+#include "tests/fill/patch_faults.hpp"
 
 #include <cstdint>
 #include <cstdio>
@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     border.resize(border.size() / 3 * 3);
     Mesh_M::MyOFFDataNew patch;
     if (Mesh_M::Orbrel::fillHoleWithoutFair(border, patch) == 0) {
-        const std::string fault = faultOf(border, patch);
+        const std::string fault = fault_of(border, patch);
         if (!fault.empty()) {
             std::fprintf(stderr, "%s\n", fault.c_str());
             std::abort();
