@@ -22,9 +22,6 @@ class OutputFile {
     void write(const void* data, std::size_t size);
     void write(std::string_view text) { write(text.data(), text.size()); }
 
-    /// The file that takes the data until commit(), for a writer that opens files by name.
-    const std::filesystem::path& path() const { return temporary_.empty() ? target_ : temporary_; }
-
     /// Brings everything to the disk and puts the file in its place.
     void commit();
 

@@ -12,6 +12,8 @@ namespace KVN::toolkit {
 
 namespace {
 
+constexpr std::size_t header_room = std::size_t{1} << 16; // bytes; longer headers are rare
+
 constexpr std::array<std::pair<std::string_view, PlyType>, 16> type_names{
     {{"char", PlyType::int8},
      {"int8", PlyType::int8},
@@ -29,10 +31,6 @@ constexpr std::array<std::pair<std::string_view, PlyType>, 16> type_names{
      {"float32", PlyType::float32},
      {"double", PlyType::float64},
      {"float64", PlyType::float64}}};
-
-bool is_integer(PlyType type) {
-    return type != PlyType::float32 && type != PlyType::float64;
-}
 
 PlyType parse_type(TextLines& lines) {
     const std::string_view word = lines.word();
@@ -119,7 +117,7 @@ void parse_lines(TextLines& lines, PlyHeader& header) {
     lines.fail("the file ends within the header");
 }
 
-void check_shape(const SourceFile& source, const PlyHeader& header) {
+void check_shape(const FileReader& source, const PlyHeader& header) {
     const PlyElement* vertex = header.find("vertex");
     const PlyElement* face = header.find("face");
     if (vertex == nullptr || vertex->count == 0) {
@@ -146,8 +144,8 @@ void check_shape(const SourceFile& source, const PlyHeader& header) {
     }
 }
 
-void check_counts(const SourceFile& source, const PlyHeader& header) {
-    std::uint64_t room = source.bytes.size() - header.body + 1; // the last line may lack its end
+void check_counts(const FileReader& source, const PlyHeader& header) {
+    std::uint64_t room = source.size() - header.body + 1; // the last line may lack its end
     for (const PlyElement& element : header.elements) {
         const std::uint64_t least = element.least_size(header.format);
         if (least == 0) {
@@ -161,25 +159,19 @@ void check_counts(const SourceFile& source, const PlyHeader& header) {
     }
 }
 
-} // namespace
-
-std::size_t size_of(PlyType type) {
-    switch (type) {
-    case PlyType::int8:
-    case PlyType::uint8:
-        return 1;
-    case PlyType::int16:
-    case PlyType::uint16:
-        return 2;
-    case PlyType::int32:
-    case PlyType::uint32:
-    case PlyType::float32:
-        return 4;
-    case PlyType::float64:
-        break;
-    }
-    return 8;
+/// The beginning of the file up to the end of its header, and some more.
+std::string header_bytes(const FileReader& file) {
+    std::size_t size = header_room;
+    std::string bytes;
+    do {
+        bytes = file.read(0, static_cast<std::size_t>(std::min<std::uint64_t>(size, file.size())));
+        size *= 4;
+    } while (bytes.rfind("ply", 0) == 0 && bytes.find("\nend_header") == std::string::npos &&
+             bytes.size() < file.size());
+    return bytes;
 }
+
+} // namespace
 
 int PlyElement::find(const std::string& wanted) const {
     for (std::size_t i = 0; i < properties.size(); ++i) {
@@ -200,6 +192,41 @@ std::size_t PlyElement::least_size(PlyFormat format) const {
     return size;
 }
 
+bool PlyElement::find_three(const char* const (&names)[3], std::size_t (&places)[3]) const {
+    for (int i = 0; i < 3; ++i) {
+        const int place = find(names[i]);
+        if (place < 0 || properties[static_cast<std::size_t>(place)].is_list) {
+            return false;
+        }
+        places[i] = static_cast<std::size_t>(place);
+    }
+    return true;
+}
+
+std::size_t PlyElement::fixed_size() const {
+    std::size_t size = 0;
+    for (const PlyProperty& property : properties) {
+        if (property.is_list) {
+            return 0;
+        }
+        size += size_of(property.type);
+    }
+    return size;
+}
+
+bool PlyHeader::swap() const {
+    const std::uint16_t probe = 1;
+    unsigned char low = 0;
+    std::memcpy(&low, &probe, 1);
+    return format != PlyFormat::ascii && (low == 1) != (format == PlyFormat::little_endian);
+}
+
+std::size_t PlyHeader::index_list() const {
+    const PlyElement* face = find("face");
+    return static_cast<std::size_t>(
+        std::max(face->find("vertex_indices"), face->find("vertex_index")));
+}
+
 const PlyElement* PlyHeader::find(const std::string& wanted) const {
     for (const PlyElement& element : elements) {
         if (element.name == wanted) {
@@ -209,17 +236,18 @@ const PlyElement* PlyHeader::find(const std::string& wanted) const {
     return nullptr;
 }
 
-PlyHeader read_ply_header(const SourceFile& source) {
-    TextLines lines(source, 0);
+PlyHeader read_ply_header(const FileReader& file) {
+    const SourceFile head{file.path().string(), header_bytes(file)};
+    TextLines lines(head, 0);
     if (!lines.next() || lines.text() != "ply") {
-        source.fail("is no PLY file: it does not begin with the line 'ply'");
+        file.fail("is no PLY file: it does not begin with the line 'ply'");
     }
     PlyHeader header;
     parse_lines(lines, header);
     header.body = lines.offset();
     header.body_line = lines.line_number() + 1;
-    check_shape(source, header);
-    check_counts(source, header);
+    check_shape(file, header);
+    check_counts(file, header);
     return header;
 }
 

@@ -34,6 +34,13 @@ bool is_tiny(std::string_view text) {
     return without_plus(text).substr(0, 3).find('.') != std::string_view::npos;
 }
 
+template <class T>
+std::string digits_of(T value) {
+    char digits[32];
+    const auto result = std::to_chars(digits, digits + sizeof digits, value);
+    return std::string(digits, result.ptr);
+}
+
 } // namespace
 
 bool parse_number(std::string_view text, double& value) {
@@ -64,9 +71,11 @@ bool parse_number(std::string_view text, std::int64_t& value) {
 }
 
 std::string shortest(float value) {
-    char digits[32];
-    const auto result = std::to_chars(digits, digits + sizeof digits, value);
-    return std::string(digits, result.ptr);
+    return digits_of(value);
+}
+
+std::string shortest(double value) {
+    return digits_of(value);
 }
 
 std::string quoted(std::string_view text) {

@@ -19,6 +19,7 @@ bool parse_number(std::string_view text, std::int64_t& value);
 
 /// The digits that bring `value` back bit for bit, and no more.
 std::string shortest(float value);
+std::string shortest(double value);
 
 /// `text` in quotes, cut short and without control characters, to be shown in a message.
 std::string quoted(std::string_view text);

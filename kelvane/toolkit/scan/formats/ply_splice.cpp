@@ -1,0 +1,468 @@
+#include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/scan/formats/ply_scan.hpp"
+#include "kelvane/toolkit/scan/formats/text_lines.hpp"
+#include "kelvane/toolkit/scan/renumbering.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+namespace KVN::toolkit {
+
+namespace {
+
+/// An old record that new ones take properties from.
+struct Origin {
+    std::uint64_t number = 0;
+    PlyRecord record;
+    std::vector<double> values; ///< per property; 0 for a list
+};
+
+/// The origins of one element, by number.
+class Origins {
+  public:
+    template <class Index>
+    explicit Origins(const std::vector<Index>& wanted) {
+        std::vector<Index> numbers = wanted;
+        std::sort(numbers.begin(), numbers.end());
+        numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
+        for (const Index number : numbers) {
+            origins_.push_back({number, {}, {}});
+        }
+    }
+
+    std::vector<Origin>& all() { return origins_; }
+    /// The origin `number`, or null if nothing wants it.
+    Origin* find(std::uint64_t number) {
+        const auto found =
+            std::lower_bound(origins_.begin(), origins_.end(), number,
+                             [](const Origin& o, std::uint64_t n) { return o.number < n; });
+        return found != origins_.end() && found->number == number ? &*found : nullptr;
+    }
+
+  private:
+    std::vector<Origin> origins_; // ascending
+};
+
+/// Properties that name vertices: the corners of faces, and integers called vertex1, vertex2, ...
+/// of edges and other elements.
+std::vector<std::size_t> reference_places(const PlyElement& element, const PlyHeader& header) {
+    std::vector<std::size_t> places;
+    if (element.name == "face") {
+        places.push_back(header.index_list());
+    } else if (element.name != "vertex") {
+        for (std::size_t i = 0; i < element.properties.size(); ++i) {
+            const PlyProperty& property = element.properties[i];
+            if (property.name.rfind("vertex", 0) == 0 && is_integer(property.type)) {
+                places.push_back(i);
+            }
+        }
+    }
+    return places;
+}
+
+/// Where a record of fixed size has its values; a list there has three.
+PlyRecord fixed_record(const PlyElement& element, std::string raw) {
+    PlyRecord record;
+    record.first.push_back(0);
+    for (std::size_t p = 0; p < element.properties.size(); ++p) {
+        const PlyProperty& property = element.properties[p];
+        const std::size_t size = size_of(property.type);
+        const std::size_t at = place_in_record(element, p);
+        for (std::size_t i = 0; i < (property.is_list ? 3U : 1U); ++i) {
+            const std::size_t skipped = property.is_list ? size_of(property.count_type) : 0;
+            record.values.push_back({at + skipped + i * size, size});
+        }
+        record.first.push_back(record.values.size());
+    }
+    record.raw = std::move(raw);
+    return record;
+}
+
+class PlySplicer {
+  public:
+    PlySplicer(const PlyParts& parts, const Splice& splice, OutputFile& out)
+        : parts_(parts), header_(parts.header), splice_(splice), out_(out),
+          text_(header_.format == PlyFormat::ascii),
+          renumbering_(header_.find("vertex")->count, splice.vertices_gone),
+          vertex_origins_(splice.origin_vertex), face_origins_(splice.face_origin) {}
+
+    void run() {
+        counting_ = true;
+        write_body();
+        counting_ = false;
+        write_header();
+        write_body();
+    }
+
+  private:
+    void write(std::string_view bytes) {
+        if (counting_ || bytes.empty()) {
+            return;
+        }
+        if (text_ && last_byte_ != '\n') {
+            out_.write("\n"); // the old file's last line may lack its end
+        }
+        out_.write(bytes);
+        last_byte_ = bytes.back();
+    }
+
+    /// The old header with the new counts.
+    void write_header() {
+        const SourceFile head{{}, parts_.file.read(0, header_.body)};
+        line_end_ = head.bytes.find("\r\n") < head.bytes.find('\n') ? "\r\n" : "\n";
+        TextLines lines(head, 0);
+        std::size_t done = 0;
+        std::size_t element = 0;
+        while (lines.next()) {
+            if (lines.word() == "element") {
+                lines.word();
+                const std::string_view count = lines.word();
+                const auto at = static_cast<std::size_t>(count.data() - head.bytes.data());
+                write(std::string_view(head.bytes).substr(done, at - done));
+                last_byte_ = '\n'; // the number goes on in the same line
+                write(std::to_string(counts_[element++]));
+                last_byte_ = '\n';
+                done = at + count.size();
+            }
+        }
+        write(std::string_view(head.bytes).substr(done));
+    }
+
+    void write_body() {
+        counts_.clear();
+        std::uint64_t offset = header_.body;
+        std::unique_ptr<PlyRecords> walk; // of all that follows an element without fixed size
+        for (const PlyElement& element : header_.elements) {
+            kept_ = 0;
+            next_gone_ = 0;
+            if (const PlySection* section = parts_.section(element)) {
+                write_fixed(*section);
+                offset = section->begin + element.count * section->stride;
+            } else if (!element.properties.empty()) {
+                walk = walk ? std::move(walk) : parts_.records(offset);
+                write_walked(element, *walk);
+                offset = walk->offset();
+            } else {
+                kept_ = element.count;
+            }
+            write_new(element);
+            counts_.push_back(kept_);
+        }
+        copy_rest(offset);
+    }
+
+    /// Whatever follows the last record.
+    void copy_rest(std::uint64_t offset) {
+        constexpr std::uint64_t chunk = std::uint64_t{1} << 20;
+        for (const std::uint64_t size = parts_.file.size(); offset < size && !counting_;) {
+            const auto count = static_cast<std::size_t>(std::min(chunk, size - offset));
+            write(parts_.file.read(offset, count));
+            offset += count;
+        }
+    }
+
+    /// Whether record `number` is gone by name; asked for in ascending order.
+    template <class Index>
+    bool listed(const std::vector<Index>& gone, std::uint64_t number) {
+        if (next_gone_ < gone.size() && gone[next_gone_] == number) {
+            ++next_gone_;
+            return true;
+        }
+        return false;
+    }
+    bool listed(const PlyElement& element, std::uint64_t number) {
+        if (element.name == "vertex") {
+            return listed(splice_.vertices_gone, number);
+        }
+        return element.name == "face" && listed(splice_.faces_gone, number);
+    }
+
+    // --- records of fixed size, block by block ---
+
+    void write_fixed(const PlySection& section) {
+        const PlyElement& element = *section.element;
+        fetch_origins(section);
+        const std::vector<std::size_t> references = reference_places(element, header_);
+        if (counting_ && (references.empty() || renumbering_.none_gone())) {
+            kept_ = element.count - (element.name == "vertex" ? splice_.vertices_gone.size()
+                                     : element.name == "face" ? splice_.faces_gone.size()
+                                                              : 0);
+            return;
+        }
+        for_blocks(parts_.file, section, 0, element.count,
+                   [&](std::uint64_t first, std::uint64_t count, char* bytes) {
+                       char* to = bytes;
+                       for (std::uint64_t i = 0; i < count; ++i) {
+                           char* record = bytes + i * section.stride;
+                           if (listed(element, first + i) ||
+                               !renumber_fixed(element, references, record)) {
+                               continue;
+                           }
+                           if (to != record) {
+                               std::memcpy(to, record, section.stride);
+                           }
+                           to += section.stride;
+                           ++kept_;
+                       }
+                       write({bytes, static_cast<std::size_t>(to - bytes)});
+                   });
+    }
+
+    /// False if a vertex that the record names is gone.
+    bool renumber_fixed(const PlyElement& element, const std::vector<std::size_t>& references,
+                        char* record) {
+        if (renumbering_.none_gone()) {
+            return true;
+        }
+        for (const std::size_t place : references) {
+            const PlyProperty& property = element.properties[place];
+            char* at = record + place_in_record(element, place) +
+                       (property.is_list ? size_of(property.count_type) : 0);
+            const std::size_t count = property.is_list ? 3 : 1;
+            const bool stays = with_type(property.type, [&](auto zero) {
+                using T = decltype(zero);
+                for (std::size_t i = 0; i < count; ++i) {
+                    char* value = at + i * sizeof(T);
+                    const auto vertex = static_cast<std::int64_t>(load<T>(value, header_.swap()));
+                    if (vertex >= 0 && renumbering_.is_gone(static_cast<std::uint64_t>(vertex))) {
+                        return false;
+                    }
+                    if (vertex >= 0) {
+                        store(static_cast<T>(renumbering_(static_cast<std::uint64_t>(vertex))),
+                              header_.swap(), value);
+                    }
+                }
+                return true;
+            });
+            if (!stays) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void fetch_origins(const PlySection& section) {
+        const PlyElement& element = *section.element;
+        for (Origin& origin : origins(element).all()) {
+            origin.record = fixed_record(
+                element, parts_.file.read(section.begin + origin.number * section.stride,
+                                          static_cast<std::size_t>(section.stride)));
+            origin.values.clear();
+            for (std::size_t p = 0; p < element.properties.size(); ++p) {
+                const std::string_view value = origin.record.value(origin.record.first[p]);
+                origin.values.push_back(
+                    load_number(value.data(), element.properties[p].type, header_.swap()));
+            }
+        }
+    }
+
+    // --- records one by one ---
+
+    void write_walked(const PlyElement& element, PlyRecords& walk) {
+        const std::vector<std::size_t> references = reference_places(element, header_);
+        PlyRecord record;
+        std::string changed;
+        for (std::uint64_t i = 0; i < element.count; ++i) {
+            walk.next(element, i, record);
+            if (Origin* origin = origins(element).find(i)) {
+                origin->record = record;
+                origin->values.clear();
+                for (std::size_t p = 0; p < element.properties.size(); ++p) {
+                    const PlyProperty& property = element.properties[p];
+                    origin->values.push_back(
+                        property.is_list
+                            ? 0.0
+                            : walk.number(record.value(record.first[p]), property.type));
+                }
+            }
+            if (listed(element, i) || !renumbered(element, references, walk, record, changed)) {
+                continue;
+            }
+            write(changed);
+            ++kept_;
+        }
+    }
+
+    /// The record with its vertices renumbered; false if one of them is gone.
+    bool renumbered(const PlyElement& element, const std::vector<std::size_t>& references,
+                    const PlyRecords& walk, const PlyRecord& record, std::string& changed) {
+        changed.clear();
+        std::size_t done = 0;
+        for (const std::size_t place : references) {
+            const PlyType type = element.properties[place].type;
+            for (std::size_t v = record.first[place]; v < record.first[place + 1]; ++v) {
+                const std::int64_t vertex = walk.integer(record.value(v), type);
+                if (vertex < 0) {
+                    continue;
+                }
+                const auto old = static_cast<std::uint64_t>(vertex);
+                if (renumbering_.is_gone(old)) {
+                    return false;
+                }
+                if (renumbering_(old) != old) {
+                    const Slice& slice = record.values[v];
+                    changed.append(record.raw, done, slice.begin - done);
+                    append_value(changed, type, static_cast<double>(renumbering_(old)));
+                    done = slice.begin + slice.size;
+                }
+            }
+        }
+        changed.append(record.raw, done);
+        return true;
+    }
+
+    // --- new records ---
+
+    Origins& origins(const PlyElement& element) {
+        return element.name == "vertex" ? vertex_origins_
+               : element.name == "face" ? face_origins_
+                                        : no_origins_;
+    }
+
+    void write_new(const PlyElement& element) {
+        const std::size_t count = element.name == "vertex" ? splice_.new_vertex_count()
+                                  : element.name == "face" ? splice_.faces.size()
+                                                           : 0;
+        for (std::size_t k = 0; k < count && !counting_; ++k) {
+            std::string record;
+            element.name == "vertex" ? new_vertex(element, k, record)
+                                     : new_face(element, k, record);
+            if (text_) {
+                record.replace(record.size() - 1, 1, line_end_);
+            }
+            write(record);
+        }
+        kept_ += count;
+    }
+
+    void new_vertex(const PlyElement& element, std::size_t k, std::string& record) {
+        const auto mixed_value = [&](std::size_t place) {
+            return mixed(splice_, k, [&](std::uint32_t vertex) {
+                return vertex_origins_.find(vertex)->values[place];
+            });
+        };
+        std::size_t axes[3];
+        std::size_t normal_axes[3] = {};
+        element.find_three({"x", "y", "z"}, axes);
+        const bool normals = element.find_three({"nx", "ny", "nz"}, normal_axes);
+        std::array<double, 3> normal{};
+        if (normals) {
+            normal = normal_of(splice_, k,
+                               {mixed_value(normal_axes[0]), mixed_value(normal_axes[1]),
+                                mixed_value(normal_axes[2])});
+        }
+        for (std::size_t p = 0; p < element.properties.size(); ++p) {
+            const PlyProperty& property = element.properties[p];
+            const auto axis = static_cast<std::size_t>(std::find(axes, axes + 3, p) - axes);
+            const auto normal_axis =
+                static_cast<std::size_t>(std::find(normal_axes, normal_axes + 3, p) - normal_axes);
+            if (property.is_list) {
+                const std::int64_t nearest = nearest_origin(splice_, k);
+                append_list(record, property, p,
+                            nearest < 0
+                                ? nullptr
+                                : vertex_origins_.find(static_cast<std::uint64_t>(nearest)));
+            } else if (axis < 3) {
+                append_coordinate(record, property.type, splice_.positions[3 * k + axis]);
+            } else {
+                append_number(record, property.type,
+                              normals && normal_axis < 3 ? normal[normal_axis] : mixed_value(p));
+            }
+        }
+    }
+
+    void new_face(const PlyElement& element, std::size_t k, std::string& record) {
+        Origin* origin =
+            splice_.face_origin.empty() ? nullptr : face_origins_.find(splice_.face_origin[k]);
+        for (std::size_t p = 0; p < element.properties.size(); ++p) {
+            const PlyProperty& property = element.properties[p];
+            if (p == header_.index_list()) {
+                append_number(record, property.count_type, 3);
+                for (const std::uint32_t corner : splice_.faces[k]) {
+                    append_number(record, property.type, static_cast<double>(renumbering_(corner)));
+                    check_index(property.type, renumbering_(corner));
+                }
+            } else if (property.is_list) {
+                append_list(record, property, p, origin);
+            } else {
+                append_number(record, property.type, origin ? origin->values[p] : 0.0);
+            }
+        }
+    }
+
+    void check_index(PlyType type, std::uint64_t index) const {
+        const double held = with_type(type, [&](auto zero) {
+            return static_cast<double>(rounded<decltype(zero)>(static_cast<double>(index)));
+        });
+        if (held != static_cast<double>(index)) {
+            throw InputError(parts_.file.path().string() + ": its type of vertex indices is too " +
+                             "small for vertex " + std::to_string(index));
+        }
+    }
+
+    /// The list of `origin`, or an empty one.
+    void append_list(std::string& record, const PlyProperty& property, std::size_t place,
+                     const Origin* origin) {
+        const std::size_t begin = origin ? origin->record.first[place] : 0;
+        const std::size_t end = origin ? origin->record.first[place + 1] : 0;
+        append_number(record, property.count_type, static_cast<double>(end - begin));
+        for (std::size_t v = begin; v < end; ++v) {
+            record += origin->record.value(v);
+            record += text_ ? " " : "";
+        }
+    }
+
+    void append_number(std::string& record, PlyType type, double value) {
+        append_value(record, type, value);
+        record += text_ ? " " : "";
+    }
+
+    void append_coordinate(std::string& record, PlyType type, float value) {
+        if (text_ && type == PlyType::float64) {
+            record += shortest(value) + " "; // a widened float needs no more digits
+        } else {
+            append_number(record, type, value);
+        }
+    }
+
+    void append_value(std::string& record, PlyType type, double value) {
+        with_type(type, [&](auto zero) {
+            using T = decltype(zero);
+            const T number = rounded<T>(value);
+            if (!text_) {
+                char bytes[sizeof(T)];
+                store(number, header_.swap(), bytes);
+                record.append(bytes, sizeof(T));
+            } else if constexpr (std::is_floating_point_v<T>) {
+                record += shortest(number);
+            } else {
+                record += std::to_string(number);
+            }
+            return 0;
+        });
+    }
+
+    const PlyParts& parts_;
+    const PlyHeader& header_;
+    const Splice& splice_;
+    OutputFile& out_;
+    bool text_;
+    Renumbering renumbering_;
+    Origins vertex_origins_;
+    Origins face_origins_;
+    Origins no_origins_{std::vector<std::uint32_t>{}};
+    bool counting_ = false;             // the first of two walks, which writes nothing
+    std::vector<std::uint64_t> counts_; // per element
+    std::uint64_t kept_ = 0;            // records of the current element
+    std::size_t next_gone_ = 0;         // place in its list of those that go
+    char last_byte_ = '\n';
+    std::string line_end_ = "\n";
+};
+
+} // namespace
+
+void splice_ply(const PlyParts& parts, const Splice& splice, OutputFile& out) {
+    PlySplicer(parts, splice, out).run();
+}
+
+} // namespace KVN::toolkit

@@ -1,0 +1,95 @@
+// A mesh file that is open: its records, read in pieces, and the way back into a file.
+#pragma once
+
+#include "kelvane/export.hpp"
+#include "kelvane/toolkit/scan/scan.hpp"
+#include "kelvane/toolkit/scan/splice.hpp"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace KVN::toolkit {
+
+/// Triangles of some face records, as fans from their first corners.
+struct FaceBlock {
+    std::vector<std::uint32_t> corners; ///< three vertices per triangle
+    std::vector<std::uint64_t> records; ///< per triangle the face record that it is of
+};
+
+/// One file, checked: all face records name vertices that exist.
+///
+/// A binary PLY file whose faces are all triangles stays on the disk: memory is a buffer, whatever
+/// its size. The other formats are decoded into arrays when the file is opened. Nothing is mapped:
+/// a file that somebody shortens meanwhile gives an InputError, not a signal. All members that are
+/// const may be called by several threads at once. The file must stay as it is meanwhile.
+class KELVANE_EXPORT OpenScan {
+  public:
+    OpenScan(const OpenScan&) = delete;
+    OpenScan& operator=(const OpenScan&) = delete;
+    virtual ~OpenScan();
+
+    virtual std::uint64_t vertex_count() const = 0; ///< at most 2^31 - 1
+    virtual std::uint64_t face_count() const = 0;   ///< face records, also those without triangle
+    /// Face records without a triangle: fewer than 3 corners, or in STL fewer than 3 different
+    /// ones.
+    virtual std::uint64_t short_faces() const = 0;
+    /// Whether every face record is exactly one triangle, so that both have the same numbers.
+    virtual bool all_triangles() const = 0;
+    /// Whether vertices carry normals: a splice for this file should then bring normals along.
+    virtual bool has_normals() const { return false; }
+
+    /// Writes x, y, z of `count` vertices from `first` on to `positions`. float coordinates keep
+    /// their bits, doubles are narrowed.
+    virtual void positions_into(std::uint64_t first, std::uint64_t count,
+                                float* positions) const = 0;
+    /// Replaces `block` by the triangles of `count` face records from `first` on, in their order.
+    virtual void corners_into(std::uint64_t first, std::uint64_t count, FaceBlock& block) const = 0;
+
+    /// All of it as arrays, with what properties per vertex and per face the arrays can hold.
+    virtual Scan to_scan() const = 0;
+
+  protected:
+    OpenScan() = default;
+
+  private:
+    friend std::vector<std::string> write_spliced(const OpenScan&, const Splice&,
+                                                  const std::filesystem::path&);
+    /// Writes the spliced file in the format that it was read in, into `out`.
+    virtual void splice_into(class OutputFile& out, const Splice& splice) const = 0;
+    /// What of the file arrays do not hold, in words, for messages.
+    virtual std::vector<std::string> beyond_arrays() const { return {}; }
+    virtual const std::filesystem::path& path() const = 0;
+};
+
+/// Opens and checks a file; read_scan() tells the formats, what is forgiven and what is thrown.
+KELVANE_EXPORT std::unique_ptr<OpenScan> open_scan(const std::filesystem::path& file);
+
+/// Writes `scan` as `splice` changes it.
+///
+/// If `output` has the extension of the input, the new file is of the same kind down to byte order,
+/// property types and comments: records that stay are copied byte for byte in their order, with the
+/// indices of vertices renumbered where vertices went, and everything else that the file holds is
+/// copied too. New vertices stand behind the old ones, new faces behind the old ones.
+///
+///   .ply  New vertices get their properties by weight, integers rounded; a list from the nearest
+///   origin. New faces copy those of their origin. Records of other elements are renumbered where
+///   they have integers called `vertex...` (edges), and left out if they name a vertex that is
+///   gone. .stl  The header, the attribute bytes and the facet normals stay; new facets get their
+///   own normal and the attribute bytes of their origin. .obj  Texture coordinates, normals,
+///   groups, materials and all other statements stay. New vertices have the further numbers of a
+///   `v` line (colours) mixed; new faces stand at the end, in the group and material of their
+///   origin, and refer to no `vt` or `vn`: those of another corner would be wrong there. .off
+///   Further numbers per vertex are mixed, those of faces copied from the origin.
+///
+/// With another extension the scan passes through arrays (write_scan()); the result then says in a
+/// sentence each what could not be kept, and is empty otherwise.
+///
+/// Throws what write_scan() throws, std::invalid_argument for a splice that does not fit, and
+/// InputError for an index that the file's own type cannot hold. `output` may be the file itself.
+KELVANE_EXPORT std::vector<std::string> write_spliced(const OpenScan& scan, const Splice& splice,
+                                                      const std::filesystem::path& output);
+
+} // namespace KVN::toolkit
