@@ -1,0 +1,280 @@
+// A splice in arrays and in files of every kind: the file must read as the arrays do, and what the
+// splice does not touch must be the same bytes.
+#include "toolkit_support.hpp"
+
+#include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/scan/open_scan.hpp"
+#include "kelvane/toolkit/scan/scan_files.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <stdexcept>
+
+using namespace KVN::toolkit;
+
+namespace {
+
+constexpr int side = 9; // vertices along a side of the grid
+
+/// Something binary or text with a record per vertex and per face.
+struct FileKind {
+    std::string extension;
+    std::function<std::string(const Scan&)> make;
+    bool renumbers = true; ///< STL names no vertices
+};
+
+template <class T>
+void put(std::string& bytes, T value, bool big) {
+    char raw[sizeof(T)];
+    std::memcpy(raw, &value, sizeof(T));
+    if (big) {
+        std::reverse(raw, raw + sizeof(T));
+    }
+    bytes.append(raw, sizeof(T));
+}
+
+/// A wavy grid whose triangles turn into each other's order once, so that numbers differ.
+Scan grid() {
+    Scan scan;
+    for (int i = 0; i < side * side; ++i) {
+        const float x = 0.1F * static_cast<float>(i % side);
+        const float y = 0.1F * static_cast<float>(i / side);
+        scan.positions.insert(scan.positions.end(), {x, y, x * y / 3.0F});
+    }
+    for (int i = 0; i + side + 1 < side * side; ++i) {
+        if (i % side != side - 1) {
+            scan.triangles.insert(scan.triangles.end(), {i, i + 1, i + side + 1});
+            scan.triangles.insert(scan.triangles.end(), {i, i + side + 1, i + side});
+        }
+    }
+    return scan;
+}
+
+/// Takes the vertex in the middle out and puts two new ones with three faces in.
+Splice middle_splice() {
+    Splice splice;
+    const std::uint32_t gone = side * side / 2;
+    splice.vertices_gone = {gone};
+    splice.faces_gone = {0, 60}; // none of these at the middle, whose faces go with it
+    splice.positions = {0.45F, 0.4F, 1.0F / 3.0F, 0.35F, 0.4F, 0.1F};
+    splice.faces = {{gone - 1, gone + side, side * side},
+                    {gone - 1, side * side, side * side + 1},
+                    {0, side * side + 1, gone + 1}};
+    splice.origin_begin = {0, 2, 3};
+    splice.origin_vertex = {gone - 1, gone + 1, gone + side};
+    splice.origin_weight = {0.25F, 0.75F, 1.0F};
+    splice.face_origin = {5, 5, 100};
+    return splice;
+}
+
+template <class Coordinate, class Index>
+std::string ply_of(const Scan& scan, bool big, bool polygons) {
+    std::string bytes = "ply\nformat binary_";
+    bytes += big ? "big" : "little";
+    bytes += "_endian 1.0\ncomment by hand  \nobj_info 7\nelement camera 1\nproperty short view\n"
+             "element vertex " +
+             std::to_string(scan.vertex_count()) + "\nproperty uchar red\n";
+    for (const char* axis : {"x", "y", "z", "nx", "ny", "nz"}) {
+        const bool wide = sizeof(Coordinate) == 8 && axis[1] == 0;
+        bytes += std::string("property ") + (wide ? "double " : "float ") + axis + "\n";
+    }
+    bytes += "element face " + std::to_string(scan.face_count() + (polygons ? 1 : 0)) +
+             "\nproperty list uchar ";
+    bytes += sizeof(Index) == 2 ? "ushort" : "int";
+    bytes += " vertex_indices\nproperty int tag\nelement edge 2\nproperty int vertex1\n"
+             "property int vertex2\nend_header\n";
+    put<std::int16_t>(bytes, 77, big);
+    for (std::size_t v = 0; v < scan.vertex_count(); ++v) {
+        put(bytes, static_cast<std::uint8_t>(3 * v), big);
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            put(bytes, static_cast<Coordinate>(scan.positions[3 * v + axis]), big);
+        }
+        for (const float n : {0.0F, 0.6F, 0.8F}) {
+            put(bytes, n, big);
+        }
+    }
+    for (std::size_t f = 0; f < scan.face_count(); ++f) {
+        put<std::uint8_t>(bytes, 3, big);
+        for (std::size_t c = 0; c < 3; ++c) {
+            put(bytes, static_cast<Index>(scan.triangles[3 * f + c]), big);
+        }
+        put(bytes, static_cast<std::int32_t>(1000 + f), big);
+    }
+    if (polygons) { // two corners, one of them gone
+        put<std::uint8_t>(bytes, 2, big);
+        put(bytes, static_cast<Index>(side * side / 2), big);
+        put(bytes, static_cast<Index>(1), big);
+        put<std::int32_t>(bytes, 1, big);
+    }
+    for (const std::int32_t corner : {0, side * side - 1, 3, side * side / 2}) {
+        put(bytes, corner, big); // the second edge goes
+    }
+    return bytes + "behind";
+}
+
+std::string text_of(const Scan& scan, const std::string& head, const std::string& vertex,
+                    const std::string& vertex_end, const std::string& face, int first) {
+    std::string text = head;
+    for (std::size_t v = 0; v < scan.vertex_count(); ++v) {
+        char line[96];
+        std::snprintf(line, sizeof line, "%s%.9g %.9g\t%.9g%s", vertex.c_str(),
+                      double(scan.positions[3 * v]), double(scan.positions[3 * v + 1]),
+                      double(scan.positions[3 * v + 2]), vertex_end.c_str());
+        text += line;
+    }
+    for (std::size_t f = 0; f < scan.face_count(); ++f) {
+        text += face;
+        for (std::size_t c = 0; c < 3; ++c) {
+            text += std::to_string(scan.triangles[3 * f + c] + first) + (c < 2 ? "  " : "\n");
+        }
+    }
+    return text;
+}
+
+std::string counts(const Scan& scan) {
+    return std::to_string(scan.vertex_count()) + " " + std::to_string(scan.face_count());
+}
+
+std::string ascii_stl_of(const Scan& scan) {
+    std::string text = "solid grid\n";
+    for (std::size_t f = 0; f < scan.face_count(); ++f) {
+        text += " facet normal 0 0 1\n outer loop\n";
+        for (std::size_t c = 0; c < 3; ++c) {
+            const float* p = &scan.positions[3 * std::size_t(scan.triangles[3 * f + c])];
+            char line[96];
+            std::snprintf(line, sizeof line, "  vertex %.9g %.9g %.9g\n", double(p[0]),
+                          double(p[1]), double(p[2]));
+            text += line;
+        }
+        text += " endloop\n endfacet\n";
+    }
+    return text + "endsolid grid\n";
+}
+
+std::string binary_stl_of(const Scan& scan) {
+    std::string bytes = "not solid" + std::string(71, '.');
+    put(bytes, static_cast<std::uint32_t>(scan.face_count()), false);
+    for (std::size_t f = 0; f < scan.face_count(); ++f) {
+        bytes += std::string(12, 'n'); // kept whatever it says
+        for (std::size_t c = 0; c < 9; ++c) {
+            put(bytes, scan.positions[3 * std::size_t(scan.triangles[3 * f + c / 3]) + c % 3],
+                false);
+        }
+        put(bytes, static_cast<std::uint16_t>(f), false);
+    }
+    return bytes;
+}
+
+const std::map<std::string, FileKind>& kinds() {
+    static const std::map<std::string, FileKind> all = {
+        {"ply_little", {".ply", [](const Scan& s) { return ply_of<float, int>(s, false, false); }}},
+        {"ply_big", {".ply", [](const Scan& s) { return ply_of<double, int>(s, true, false); }}},
+        {"ply_polygons",
+         {".ply", [](const Scan& s) { return ply_of<double, std::uint16_t>(s, false, true); }}},
+        {"ply_text",
+         {".ply",
+          [](const Scan& s) {
+              return text_of(s,
+                             "ply\nformat ascii 1.0\ncomment kept\nelement vertex " +
+                                 std::to_string(s.vertex_count()) +
+                                 "\nproperty float x\nproperty float y\nproperty double z\n"
+                                 "property uchar red\nelement face " +
+                                 std::to_string(s.face_count()) +
+                                 "\nproperty list uchar int vertex_index\nend_header\n",
+                             "", " 200\n", "3 ", 0);
+          }}},
+        {"obj",
+         {".obj",
+          [](const Scan& s) {
+              return text_of(s, "# made by hand\nmtllib a.mtl\nvt 0 0\n", "v ", " 0.5 0.25 1\n",
+                             "f ", 1);
+          }}},
+        {"obj_crlf",
+         {".obj",
+          [](const Scan& s) { return text_of(s, "\r\n", "v ", " # c\r\n", "f \\\r\n", 1); }}},
+        {"off",
+         {".off",
+          [](const Scan& s) {
+              return text_of(s, "COFF # kept\n" + counts(s) + " 0\n", "", " 255 0 9 255\n", "3 ",
+                             0);
+          }}},
+        {"stl", {".stl", binary_stl_of, false}},
+        {"stl_text", {".stl", ascii_stl_of, false}},
+    };
+    return all;
+}
+
+} // namespace
+
+class SplicedFile : public testing::TestWithParam<std::string> {};
+
+TEST_P(SplicedFile, ReadsAsTheSplicedArrays) {
+    const test::Folder folder;
+    const FileKind& kind = kinds().at(GetParam());
+    const test::fs::path file = folder.put("in" + kind.extension, kind.make(grid()));
+    const auto scan = open_scan(file);
+    Scan arrays = scan->to_scan();
+    Splice splice = middle_splice();
+    if (!kind.renumbers) { // numbers are those of first use in STL: find the vertices by place
+        std::vector<std::uint32_t> now(side * side);
+        for (std::size_t i = 0; i < arrays.triangles.size(); ++i) {
+            now[std::size_t(grid().triangles[i])] = std::uint32_t(arrays.triangles[i]);
+        }
+        splice.vertices_gone = {now[splice.vertices_gone[0]]};
+        for (auto& face : splice.faces) {
+            for (std::uint32_t& corner : face) {
+                corner = corner < now.size() ? now[corner] : corner;
+            }
+        }
+    }
+    EXPECT_TRUE(write_spliced(*scan, splice, folder / ("out" + kind.extension)).empty());
+    apply_splice(arrays, splice);
+    const Scan read = read_scan(folder / ("out" + kind.extension));
+    ASSERT_EQ(read.face_count(), arrays.face_count());
+    if (kind.renumbers) {
+        EXPECT_EQ(read.positions, arrays.positions);
+        EXPECT_EQ(read.triangles, arrays.triangles);
+    }
+    for (std::size_t i = 0; i < arrays.triangles.size(); ++i) {
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            ASSERT_EQ(read.positions[3 * std::size_t(read.triangles[i]) + axis],
+                      arrays.positions[3 * std::size_t(arrays.triangles[i]) + axis]);
+        }
+    }
+    for (const auto& properties : {&Scan::vertex_properties, &Scan::face_properties}) {
+        ASSERT_EQ((read.*properties).size(), (arrays.*properties).size());
+        for (std::size_t p = 0; p < (read.*properties).size(); ++p) {
+            EXPECT_EQ((read.*properties)[p].values, (arrays.*properties)[p].values)
+                << (read.*properties)[p].name;
+        }
+    }
+}
+
+// The other way round: what was spliced in is taken out again, which must bring the bytes of all
+// records back that the first splice left alone.
+TEST_P(SplicedFile, KeepsTheBytesOfWhatItLeavesAlone) {
+    const test::Folder folder;
+    const FileKind& kind = kinds().at(GetParam());
+    const std::string before = kind.make(grid());
+    const test::fs::path file = folder.put("in" + kind.extension, before);
+    write_spliced(*open_scan(file), {}, folder / ("same" + kind.extension));
+    EXPECT_EQ(test::content(folder / ("same" + kind.extension)), before);
+
+    Splice more; // adds a face and a vertex
+    more.positions = {0.5F, 0.5F, 7.0F};
+    more.faces = {{0, 1, std::uint32_t(side * side)}};
+    write_spliced(*open_scan(file), more, folder / ("more" + kind.extension));
+    const auto larger = open_scan(folder / ("more" + kind.extension));
+    EXPECT_EQ(larger->face_count(), open_scan(file)->face_count() + 1);
+    Splice less;
+    less.vertices_gone = {std::uint32_t(side * side)};
+    write_spliced(*larger, less, folder / ("again" + kind.extension));
+    EXPECT_EQ(test::content(folder / ("again" + kind.extension)), before);
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, SplicedFile,
+                         testing::Values("ply_little", "ply_big", "ply_polygons", "ply_text", "obj",
+                                         "obj_crlf", "off", "stl", "stl_text"),
+                         [](const auto& info) { return info.param; });
