@@ -208,9 +208,9 @@ const std::map<std::string, FileKind>& kinds() {
 
 } // namespace
 
-class SplicedFile : public testing::TestWithParam<std::string> {};
+class SplicedKind : public testing::TestWithParam<std::string> {};
 
-TEST_P(SplicedFile, ReadsAsTheSplicedArrays) {
+TEST_P(SplicedKind, ReadsAsTheSplicedArrays) {
     const test::Folder folder;
     const FileKind& kind = kinds().at(GetParam());
     const test::fs::path file = folder.put("in" + kind.extension, kind.make(grid()));
@@ -254,7 +254,7 @@ TEST_P(SplicedFile, ReadsAsTheSplicedArrays) {
 
 // The other way round: what was spliced in is taken out again, which must bring the bytes of all
 // records back that the first splice left alone.
-TEST_P(SplicedFile, KeepsTheBytesOfWhatItLeavesAlone) {
+TEST_P(SplicedKind, KeepsTheBytesOfWhatItLeavesAlone) {
     const test::Folder folder;
     const FileKind& kind = kinds().at(GetParam());
     const std::string before = kind.make(grid());
@@ -274,7 +274,102 @@ TEST_P(SplicedFile, KeepsTheBytesOfWhatItLeavesAlone) {
     EXPECT_EQ(test::content(folder / ("again" + kind.extension)), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(Kinds, SplicedFile,
+// What belongs to a record goes with it and what names it follows, written out by hand: groups and
+// materials, corners counted from the end, edges, normals, colours; the last line lacks its end.
+TEST(SplicedText, CarriesWhatBelongsToTheRecords) {
+    Splice splice;
+    splice.vertices_gone = {2};
+    splice.faces_gone = {0};
+    splice.positions = {0.5F, 0.5F, 1.0F};
+    splice.faces = {{0, 1, 5}, {1, 3, 5}};
+    splice.origin_begin = {0, 2};
+    splice.origin_vertex = {0, 1};
+    splice.origin_weight = {0.5F, 0.5F};
+    splice.face_origin = {0, 1};
+    struct Row {
+        const char* name;
+        std::string before;
+        std::string after;
+    };
+    const std::string head = "ply\nformat ascii 1.0\nelement vertex ";
+    const std::string properties = "\nproperty float nx\nproperty float ny\nproperty float nz\n"
+                                   "property double x\nproperty double y\nproperty double z\n"
+                                   "property list uchar int ids\nelement face ";
+    const std::string rest = "\nproperty list uchar int vertex_indices\nproperty uchar tag\n"
+                             "element edge ";
+    const std::string end = "\nproperty int vertex1\nproperty int vertex2\nend_header\n";
+    const Row rows[] = {
+        {"a.obj",
+         "o part\nv 0 0 0 0 0 1\nv 1 0 0 1 1 1\nv 5 5 5\nv 1 1 0 1 1 1\nv 0 1 0 0 0 0\nvt 0 0\n"
+         "g a\nusemtl red\nf 1/1 2/1 4/1\ng b\nf -5/1 -2//7 -1\nf 2 3 4\nl 1 3\nl 4 5\np -1",
+         "o part\nv 0 0 0 0 0 1\nv 1 0 0 1 1 1\nv 1 1 0 1 1 1\nv 0 1 0 0 0 0\nvt 0 0\n"
+         "g a\nusemtl red\ng b\nf -4/1 -2//7 -1\nl 3 4\np -1\n"
+         "v 0.5 0.5 1 0.5 0.5 1\ng a\nf 1 2 5\ng b\nf 2 3 5\n"},
+        {"a.ply",
+         head + "5" + properties + "3" + rest + "2" + end +
+             "1 0 0 0 0 0 1 9\n0 1 0 0.10 0 0 0\n0 0 1 5 5 5 0\n0 0 1 1 1 0 0\n0 0 1 0 1 0 0\n"
+             "3 0 1 3 7\n3 0 3 4 8\n3 1 2 3 9\n0 4\n2 1",
+         head + "5" + properties + "3" + rest + "1" + end +
+             "1 0 0 0 0 0 1 9\n0 1 0 0.10 0 0 0\n0 0 1 1 1 0 0\n0 0 1 0 1 0 0\n"
+             "0.70710677 0.70710677 0 0.5 0.5 1 1 9\n3 0 2 3 8\n3 0 1 4 7\n3 1 2 4 8\n0 3\n"},
+        {"a.off",
+         "NCOFF\n5 3 0\n0 0 0 1 0 0 0 0 10 255\n1 0 0 0 1 0 10 1 20 255\n\n5 5 5\n1 1 0 0 0 1\n"
+         "0 1 0\n3 0 1 3 7\n3 0 3 4 # c\n3 1 2 3",
+         "NCOFF\n5 3 0\n0 0 0 1 0 0 0 0 10 255\n1 0 0 0 1 0 10 1 20 255\n1 1 0 0 0 1\n0 1 0\n"
+         "0.5 0.5 1 0.70710677 0.70710677 0 5 1 15 255\n3 0 2 3 # c\n3 0 1 4 7\n3 1 2 4\n"},
+    };
+    const test::Folder folder;
+    for (const Row& row : rows) {
+        const auto scan = open_scan(folder.put(row.name, row.before));
+        write_spliced(*scan, splice, folder / row.name); // over itself
+        EXPECT_EQ(test::content(folder / row.name), row.after) << row.name;
+    }
+}
+
+TEST(SplicedFile, AnotherFormatSaysWhatItCannotKeep) {
+    const test::Folder folder;
+    const auto scan = open_scan(folder.put("a.ply", kinds().at("ply_polygons").make(grid())));
+    EXPECT_EQ(write_spliced(*scan, middle_splice(), folder / "a.off").size(), 4U);
+    Scan expected = scan->to_scan();
+    apply_splice(expected, middle_splice());
+    EXPECT_EQ(read_scan(folder / "a.off").triangles, expected.triangles);
+    const auto stl = open_scan(folder.put("a.stl", kinds().at("stl_text").make(grid())));
+    EXPECT_TRUE(write_spliced(*stl, {}, folder / "b.ply").empty());
+}
+
+TEST(SplicedFile, RefusesWhatDoesNotFit) {
+    const test::Folder folder;
+    const Splice good = middle_splice();
+    Scan scan = grid();
+    const std::function<void(Splice&)> faults[] = {
+        [](Splice& s) {
+            s.vertices_gone = {2, 1};
+        },
+        [](Splice& s) { s.vertices_gone = {side * side}; },
+        [](Splice& s) { s.faces_gone = {1000}; },
+        [](Splice& s) { s.faces[0][0] = s.vertices_gone[0]; },
+        [](Splice& s) { s.faces[0][0] = side * side + 2; },
+        [](Splice& s) {
+            s.origin_begin = {0, 3, 2};
+        },
+        [](Splice& s) { s.origin_vertex[0] = side * side; },
+        [](Splice& s) { s.face_origin.pop_back(); },
+        [](Splice& s) { s.normals = {0.0F}; },
+    };
+    for (const auto& fault : faults) {
+        Splice bad = good;
+        fault(bad);
+        EXPECT_THROW(apply_splice(scan, bad), std::invalid_argument);
+    }
+    EXPECT_EQ(scan.positions, grid().positions);
+    std::string bytes = kinds().at("ply_little").make(grid());
+    const auto open = open_scan(folder.put("a.ply", bytes));
+    test::fs::resize_file(folder / "a.ply", bytes.size() / 2); // by somebody else, meanwhile
+    EXPECT_THROW(write_spliced(*open, good, folder / "b.ply"), InputError);
+    EXPECT_FALSE(test::fs::exists(folder / "b.ply"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Kinds, SplicedKind,
                          testing::Values("ply_little", "ply_big", "ply_polygons", "ply_text", "obj",
                                          "obj_crlf", "off", "stl", "stl_text"),
                          [](const auto& info) { return info.param; });

@@ -19,12 +19,13 @@ struct FaceBlock {
     std::vector<std::uint64_t> records; ///< per triangle the face record that it is of
 };
 
-/// One file, checked: all face records name vertices that exist.
+/// One file and its records.
 ///
 /// A binary PLY file whose faces are all triangles stays on the disk: memory is a buffer, whatever
-/// its size. The other formats are decoded into arrays when the file is opened. Nothing is mapped:
-/// a file that somebody shortens meanwhile gives an InputError, not a signal. All members that are
-/// const may be called by several threads at once. The file must stay as it is meanwhile.
+/// its size, and records are checked when they are read, each time. Other files are decoded into
+/// arrays, and checked, when they are opened. Nothing is mapped: a file that somebody shortens
+/// meanwhile gives an InputError, not a signal. All members that are const may be called by several
+/// threads at once.
 class KELVANE_EXPORT OpenScan {
   public:
     OpenScan(const OpenScan&) = delete;

@@ -85,7 +85,7 @@ class ObjSplicer {
     ObjSplicer(const SourceFile& text, std::uint64_t vertex_count, const Splice& splice,
                OutputFile& out)
         : text_(text), splice_(splice), out_(out), vertex_count_(vertex_count),
-          renumbering_(vertex_count, splice.vertices_gone), extras_(splice),
+          renumbering_(vertex_count, splice.vertices_gone), extras_(splice, false, -1),
           wanted_(splice.face_origin.begin(), splice.face_origin.end()) {}
 
     void run() {

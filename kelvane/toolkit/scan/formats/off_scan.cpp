@@ -112,7 +112,7 @@ class OffScan final : public DecodedScan {
 void OffScan::splice_into(OutputFile& out, const Splice& splice) const {
     const std::string_view all = text_.bytes;
     const Renumbering renumbering(vertices_, splice.vertices_gone);
-    VertexExtras extras(splice, has_normals() ? 0 : -1);
+    VertexExtras extras(splice, true, has_normals() ? 0 : -1);
     std::unordered_map<std::uint64_t, std::string> origins; // what follows their corners
     for (const std::uint64_t face : splice.face_origin) {
         origins[face];

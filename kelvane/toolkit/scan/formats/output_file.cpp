@@ -77,19 +77,28 @@ void OutputFile::write(const void* data, std::size_t size) {
     if (buffer_.size() + size > buffer_size) {
         flush();
     }
-    buffer_.append(static_cast<const char*>(data), size);
+    if (size >= buffer_size / 8) {
+        flush();
+        send(static_cast<const char*>(data), size); // not worth another copy
+    } else {
+        buffer_.append(static_cast<const char*>(data), size);
+    }
 }
 
 void OutputFile::flush() {
+    send(buffer_.data(), buffer_.size());
+    buffer_.clear();
+}
+
+void OutputFile::send(const char* data, std::size_t size) {
     std::size_t done = 0;
-    while (done < buffer_.size()) {
-        const ssize_t n = ::write(descriptor_, buffer_.data() + done, buffer_.size() - done);
+    while (done < size) {
+        const ssize_t n = ::write(descriptor_, data + done, size - done);
         if (n < 0 && errno != EINTR) {
             refuse(errno);
         }
         done += n > 0 ? static_cast<std::size_t>(n) : 0;
     }
-    buffer_.clear();
 }
 
 void OutputFile::commit() {

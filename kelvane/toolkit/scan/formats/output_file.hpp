@@ -28,6 +28,7 @@ class OutputFile {
   private:
     void open_beside();
     void flush();
+    void send(const char* data, std::size_t size);
     [[noreturn]] void refuse(int error) const;
 
     std::string name_; // as the caller gave it, for messages

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 namespace KVN::toolkit {
 
@@ -161,20 +162,16 @@ class PlySplicer {
         }
     }
 
-    /// Whether record `number` is gone by name; asked for in ascending order.
-    template <class Index>
-    bool listed(const std::vector<Index>& gone, std::uint64_t number) {
-        if (next_gone_ < gone.size() && gone[next_gone_] == number) {
-            ++next_gone_;
-            return true;
-        }
-        return false;
-    }
-    bool listed(const PlyElement& element, std::uint64_t number) {
+    /// The next record of `element` that the splice lists as gone, from `next_gone_` on.
+    std::uint64_t next_listed(const PlyElement& element) const {
+        constexpr std::uint64_t none = std::numeric_limits<std::uint64_t>::max();
         if (element.name == "vertex") {
-            return listed(splice_.vertices_gone, number);
+            return next_gone_ < splice_.vertices_gone.size() ? splice_.vertices_gone[next_gone_]
+                                                             : none;
         }
-        return element.name == "face" && listed(splice_.faces_gone, number);
+        return element.name == "face" && next_gone_ < splice_.faces_gone.size()
+                   ? splice_.faces_gone[next_gone_]
+                   : none;
     }
 
     // --- records of fixed size, block by block ---
@@ -189,56 +186,68 @@ class PlySplicer {
                                                               : 0);
             return;
         }
-        for_blocks(parts_.file, section, 0, element.count,
-                   [&](std::uint64_t first, std::uint64_t count, char* bytes) {
-                       char* to = bytes;
-                       for (std::uint64_t i = 0; i < count; ++i) {
-                           char* record = bytes + i * section.stride;
-                           if (listed(element, first + i) ||
-                               !renumber_fixed(element, references, record)) {
-                               continue;
-                           }
-                           if (to != record) {
-                               std::memcpy(to, record, section.stride);
-                           }
-                           to += section.stride;
-                           ++kept_;
-                       }
-                       write({bytes, static_cast<std::size_t>(to - bytes)});
-                   });
+        const auto write_block = [&](std::uint64_t first, std::uint64_t count, char* bytes) {
+            goes_.assign(count, 0);
+            for (std::uint64_t i = next_listed(element); i < first + count;
+                 i = next_listed(element)) {
+                goes_[i - first] = 1;
+                ++next_gone_;
+            }
+            for (const std::size_t place : references) {
+                renumber_column(element, place, section.stride, bytes);
+            }
+            write({bytes, close_up(section.stride, bytes)});
+        };
+        for_blocks(parts_.file, section, 0, element.count, write_block);
     }
 
-    /// False if a vertex that the record names is gone.
-    bool renumber_fixed(const PlyElement& element, const std::vector<std::size_t>& references,
-                        char* record) {
+    /// Renumbers the vertices that property `place` names in a block of records, and marks those
+    /// records that name one that is gone.
+    void renumber_column(const PlyElement& element, std::size_t place, std::uint64_t stride,
+                         char* bytes) {
         if (renumbering_.none_gone()) {
-            return true;
+            return;
         }
-        for (const std::size_t place : references) {
-            const PlyProperty& property = element.properties[place];
-            char* at = record + place_in_record(element, place) +
-                       (property.is_list ? size_of(property.count_type) : 0);
-            const std::size_t count = property.is_list ? 3 : 1;
-            const bool stays = with_type(property.type, [&](auto zero) {
-                using T = decltype(zero);
-                for (std::size_t i = 0; i < count; ++i) {
-                    char* value = at + i * sizeof(T);
-                    const auto vertex = static_cast<std::int64_t>(load<T>(value, header_.swap()));
-                    if (vertex >= 0 && renumbering_.is_gone(static_cast<std::uint64_t>(vertex))) {
-                        return false;
+        const PlyProperty& property = element.properties[place];
+        const std::size_t at =
+            place_in_record(element, place) + (property.is_list ? size_of(property.count_type) : 0);
+        const std::size_t entries = property.is_list ? 3 : 1;
+        const bool swap = header_.swap();
+        with_type(property.type, [&](auto zero) {
+            using T = decltype(zero);
+            for (std::size_t i = 0; i < goes_.size(); ++i) {
+                for (std::size_t c = 0; c < entries; ++c) {
+                    char* value = bytes + i * stride + at + c * sizeof(T);
+                    const auto vertex = static_cast<std::int64_t>(load<T>(value, swap));
+                    if (vertex < 0) {
+                        continue;
                     }
-                    if (vertex >= 0) {
-                        store(static_cast<T>(renumbering_(static_cast<std::uint64_t>(vertex))),
-                              header_.swap(), value);
-                    }
+                    const auto old = static_cast<std::uint64_t>(vertex);
+                    goes_[i] |= renumbering_.is_gone(old) ? 1 : 0;
+                    store(static_cast<T>(renumbering_(old)), swap, value);
                 }
-                return true;
-            });
-            if (!stays) {
-                return false;
             }
+            return 0;
+        });
+    }
+
+    /// Moves the records that stay together; returns the bytes that they take.
+    std::size_t close_up(std::uint64_t stride, char* bytes) {
+        char* to = bytes;
+        for (std::size_t i = 0; i < goes_.size();) {
+            std::size_t end = i;
+            while (end < goes_.size() && goes_[end] == 0) {
+                ++end;
+            }
+            const std::size_t size = (end - i) * stride;
+            if (to != bytes + i * stride) {
+                std::memmove(to, bytes + i * stride, size);
+            }
+            to += size;
+            kept_ += end - i;
+            i = end + 1;
         }
-        return true;
+        return static_cast<std::size_t>(to - bytes);
     }
 
     void fetch_origins(const PlySection& section) {
@@ -275,7 +284,9 @@ class PlySplicer {
                             : walk.number(record.value(record.first[p]), property.type));
                 }
             }
-            if (listed(element, i) || !renumbered(element, references, walk, record, changed)) {
+            const bool listed = next_listed(element) == i;
+            next_gone_ += listed ? 1 : 0;
+            if (listed || !renumbered(element, references, walk, record, changed)) {
                 continue;
             }
             write(changed);
@@ -455,6 +466,7 @@ class PlySplicer {
     std::vector<std::uint64_t> counts_; // per element
     std::uint64_t kept_ = 0;            // records of the current element
     std::size_t next_gone_ = 0;         // place in its list of those that go
+    std::vector<char> goes_;            // per record of a block
     char last_byte_ = '\n';
     std::string line_end_ = "\n";
 };

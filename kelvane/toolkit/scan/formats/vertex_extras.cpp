@@ -7,8 +7,8 @@
 
 namespace KVN::toolkit {
 
-VertexExtras::VertexExtras(const Splice& splice, int normal_at)
-    : splice_(splice), normal_at_(normal_at) {
+VertexExtras::VertexExtras(const Splice& splice, bool keep_whole, int normal_at)
+    : splice_(splice), keep_whole_(keep_whole), normal_at_(normal_at) {
     for (const std::uint32_t vertex : splice.origin_vertex) {
         extras_[vertex];
     }
@@ -38,7 +38,7 @@ double VertexExtras::value(std::uint32_t vertex, std::size_t column) const {
 }
 
 bool VertexExtras::is_whole(std::size_t k, std::size_t column) const {
-    bool whole = true;
+    bool whole = keep_whole_;
     for (std::uint32_t i = splice_.origin_begin[k]; i < splice_.origin_begin[k + 1]; ++i) {
         const Extras& extras = extras_.at(splice_.origin_vertex[i]);
         whole = whole && column < extras.whole.size() && extras.whole[column];
