@@ -96,6 +96,9 @@ class ObjSplicer {
         while (walk.next()) {
             statement(walk);
         }
+        if (walk.unfinished()) {
+            write(line_end_); // or the first new line would be joined to it
+        }
         for (std::size_t k = 0; k < splice_.new_vertex_count(); ++k) {
             write("v" + extras_.position_and_extras(k) + line_end_);
         }

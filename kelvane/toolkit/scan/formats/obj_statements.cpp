@@ -12,7 +12,7 @@ constexpr std::string_view blanks = " \t\r\v\f\n";
 
 /// Whether a line without its end goes on in the next one.
 bool goes_on(std::string_view line) {
-    if (!line.empty() && line.back() == '\r') {
+    while (!line.empty() && line.back() == '\r') {
         line.remove_suffix(1);
     }
     return !line.empty() && line.back() == '\\' && line.find('#') == std::string_view::npos;
@@ -50,6 +50,7 @@ bool ObjStatements::next() {
             }
         }
     }
+    unfinished_ = more;
     text = joined_.empty() ? text : std::string_view(joined_);
     base_ = text.data();
     text = text.substr(0, text.find('#'));

@@ -22,6 +22,8 @@ class ObjStatements {
     std::string_view keyword() const { return words_.empty() ? std::string_view{} : words_[0]; }
     /// The statement as it stands in the file, with its line's end, if it has one.
     std::string_view raw() const;
+    /// Whether the file ends within the statement, after a backslash.
+    bool unfinished() const { return unfinished_; }
     /// Where a word begins within raw().
     std::size_t place(std::string_view word) const;
 
@@ -40,7 +42,8 @@ class ObjStatements {
     std::size_t end_ = 0;
     std::size_t line_ = 0; // of the statement's beginning
     std::size_t next_line_ = 1;
-    std::string joined_;         // a statement of several lines, with blanks for what joins them
+    std::string joined_; // a statement of several lines, with blanks for what joins them
+    bool unfinished_ = false;
     const char* base_ = nullptr; // what the words are parts of
     std::vector<std::string_view> words_;
 };

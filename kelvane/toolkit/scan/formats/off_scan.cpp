@@ -108,101 +108,133 @@ class OffScan final : public DecodedScan {
     bool more_ = false; // there is more than coordinates and corners
 };
 
-/// All lines twice: the records that stay are known before the counts can be written.
-void OffScan::splice_into(OutputFile& out, const Splice& splice) const {
-    const std::string_view all = text_.bytes;
-    const Renumbering renumbering(vertices_, splice.vertices_gone);
-    VertexExtras extras(splice, true, has_normals() ? 0 : -1);
-    std::unordered_map<std::uint64_t, std::string> origins; // what follows their corners
-    for (const std::uint64_t face : splice.face_origin) {
-        origins[face];
+/// Writes an OFF file again as a splice changes it. The records are collected first: only then are
+/// the counts known that stand before them.
+class OffSplicer {
+  public:
+    OffSplicer(const SourceFile& text, const OffScan& scan, const Splice& splice)
+        : all_(text.bytes), scan_(scan), splice_(splice), lines_(text, '#'),
+          line_end_(all_.find("\r\n") != std::string_view::npos ? "\r\n" : "\n"),
+          renumbering_(scan.vertex_count(), splice.vertices_gone),
+          extras_(splice, true, scan.has_normals() ? 0 : -1) {
+        for (const std::uint64_t face : splice.face_origin) {
+            behind_corners_[face];
+        }
+        pass_header_word(lines_, text);
     }
-    TextLines lines(text_, '#');
-    pass_header_word(lines, text_);
-    const auto offset_of = [&](std::string_view word) {
-        return static_cast<std::size_t>(word.data() - all.data());
-    };
-    const std::string_view vertex_word = lines.word();
-    const std::string_view face_word = lines.word();
-    const std::size_t counts_end = lines.offset();
 
-    std::string body;
-    const std::string line_end = all.find("\r\n") != std::string_view::npos ? "\r\n" : "\n";
-    const auto end_line = [&] {
-        if (!body.empty() && body.back() != '\n') {
-            body += line_end; // the old file's last line may lack its end
+    void write(OutputFile& out) {
+        const std::size_t vertex_word = offset_of(lines_.word());
+        const std::size_t face_word = offset_of(lines_.word());
+        const std::size_t records = lines_.offset();
+        take_vertices();
+        const std::uint64_t faces = take_faces();
+        out.write(all_.substr(0, vertex_word));
+        out.write(std::to_string(renumbering_.kept() + splice_.new_vertex_count()));
+        out.write(all_.substr(number_end(vertex_word), face_word - number_end(vertex_word)));
+        out.write(std::to_string(faces));
+        out.write(all_.substr(number_end(face_word), records - number_end(face_word)));
+        out.write(body_);
+        out.write(all_.substr(lines_.offset()));
+    }
+
+  private:
+    std::size_t offset_of(std::string_view word) const {
+        return static_cast<std::size_t>(word.data() - all_.data());
+    }
+    std::size_t number_end(std::size_t offset) const {
+        return all_.find_first_not_of("+0123456789", offset);
+    }
+
+    void add_line(std::string_view changed, std::string_view rest) {
+        if (!body_.empty() && body_.back() != '\n') {
+            body_ += line_end_; // the old file's last line may lack its end
         }
-    };
-    std::vector<std::string_view> words;
-    for (std::uint64_t v = 0; v < vertices_; ++v) {
-        const std::size_t begin = lines.offset();
-        lines.next();
-        words.clear();
-        for (auto word = lines.word(); !word.empty(); word = lines.word()) {
-            words.push_back(word);
+        body_ += changed;
+        body_ += rest;
+    }
+
+    void take_vertices() {
+        std::vector<std::string_view> words;
+        for (std::uint64_t v = 0; v < scan_.vertex_count(); ++v) {
+            const std::size_t begin = lines_.offset();
+            lines_.next();
+            words.clear();
+            for (auto word = lines_.word(); !word.empty(); word = lines_.word()) {
+                words.push_back(word);
+            }
+            extras_.pass(v, words.data() + 3, words.data() + words.size());
+            if (!renumbering_.is_gone(v)) {
+                add_line({}, all_.substr(begin, lines_.offset() - begin));
+            }
         }
-        extras.pass(v, words.data() + 3, words.data() + words.size());
-        if (!renumbering.is_gone(v)) {
-            body += all.substr(begin, lines.offset() - begin);
+        for (std::size_t k = 0; k < splice_.new_vertex_count(); ++k) {
+            add_line(extras_.position_and_extras(k).substr(1), line_end_);
         }
     }
-    for (std::size_t k = 0; k < splice.new_vertex_count(); ++k) {
-        end_line();
-        body += extras.position_and_extras(k).substr(1) + line_end;
+
+    /// Returns how many faces there are then.
+    std::uint64_t take_faces() {
+        std::uint64_t count = splice_.faces.size();
+        auto gone = splice_.faces_gone.begin();
+        for (std::uint64_t f = 0; f < scan_.face_count(); ++f) {
+            const bool listed = gone != splice_.faces_gone.end() && *gone == f;
+            gone += listed ? 1 : 0;
+            count += take_face(f, listed) ? 1 : 0;
+        }
+        for (std::size_t k = 0; k < splice_.faces.size(); ++k) {
+            std::string line = "3";
+            for (const std::uint32_t corner : splice_.faces[k]) {
+                line += " " + std::to_string(renumbering_(corner));
+            }
+            line += splice_.face_origin.empty() ? "" : behind_corners_[splice_.face_origin[k]];
+            add_line(line, line_end_);
+        }
+        return count;
     }
-    std::uint64_t faces = 0;
-    std::size_t next_gone = 0;
-    for (std::uint64_t f = 0; f < face_count(); ++f) {
-        const std::size_t begin = lines.offset();
-        lines.next();
+
+    /// Adds the next face with its corners renumbered, unless it goes.
+    bool take_face(std::uint64_t face, bool goes) {
+        std::size_t done = lines_.offset();
         std::string changed;
-        std::size_t done = begin;
-        bool stays = next_gone >= splice.faces_gone.size() || splice.faces_gone[next_gone] != f;
-        next_gone += stays ? 0 : 1;
-        const std::int64_t length = lines.integer("the number of corners");
+        lines_.next();
+        const std::int64_t length = lines_.integer("the number of corners");
         for (std::int64_t i = 0; i < length; ++i) {
-            const std::string_view word = lines.word();
+            const std::string_view word = lines_.word();
             std::int64_t vertex = 0;
-            parse_number(word, vertex);
+            parse_number(word, vertex); // which the scan has seen to be one
             const auto old = static_cast<std::uint64_t>(vertex);
-            stays = stays && !renumbering.is_gone(old);
-            if (stays && renumbering(old) != old) {
-                changed += all.substr(done, offset_of(word) - done);
-                changed += std::to_string(renumbering(old));
+            goes = goes || renumbering_.is_gone(old);
+            if (!goes && renumbering_(old) != old) {
+                changed += all_.substr(done, offset_of(word) - done);
+                changed += std::to_string(renumbering_(old));
                 done = offset_of(word) + word.size();
             }
         }
-        if (const auto origin = origins.find(f); origin != origins.end()) {
-            for (auto word = lines.word(); !word.empty(); word = lines.word()) {
-                origin->second += " " + std::string(word);
-            }
+        const auto wanted = behind_corners_.find(face);
+        for (auto word = lines_.word(); wanted != behind_corners_.end() && !word.empty();
+             word = lines_.word()) {
+            wanted->second += " " + std::string(word);
         }
-        if (stays) {
-            end_line();
-            body += changed;
-            body += all.substr(done, lines.offset() - done);
-            ++faces;
+        if (!goes) {
+            add_line(changed, all_.substr(done, lines_.offset() - done));
         }
-    }
-    for (std::size_t k = 0; k < splice.faces.size(); ++k) {
-        end_line();
-        body += "3";
-        for (const std::uint32_t corner : splice.faces[k]) {
-            body += " " + std::to_string(renumbering(corner));
-        }
-        body += splice.face_origin.empty() ? "" : origins[splice.face_origin[k]];
-        body += line_end;
+        return !goes;
     }
 
-    out.write(all.substr(0, offset_of(vertex_word)));
-    out.write(std::to_string(renumbering.kept() + splice.new_vertex_count()));
-    const std::size_t between = offset_of(vertex_word) + vertex_word.size();
-    out.write(all.substr(between, offset_of(face_word) - between));
-    out.write(std::to_string(faces + splice.faces.size()));
-    const std::size_t behind = offset_of(face_word) + face_word.size();
-    out.write(all.substr(behind, counts_end - behind));
-    out.write(body);
-    out.write(all.substr(lines.offset()));
+    std::string_view all_;
+    const OffScan& scan_;
+    const Splice& splice_;
+    TextLines lines_;
+    std::string line_end_;
+    Renumbering renumbering_;
+    VertexExtras extras_;
+    std::unordered_map<std::uint64_t, std::string> behind_corners_; // of faces that are origins
+    std::string body_;
+};
+
+void OffScan::splice_into(OutputFile& out, const Splice& splice) const {
+    OffSplicer(text_, *this, splice).write(out);
 }
 
 } // namespace

@@ -10,8 +10,6 @@ namespace KVN::toolkit {
 
 namespace {
 
-constexpr std::size_t read_ahead = std::size_t{1} << 20; // bytes; amortises the system calls
-
 void check_length(const PlyRecords& records, std::int64_t length, std::uint64_t most) {
     if (length < 0) {
         records.fail("has a list of negative length");
@@ -24,8 +22,9 @@ void check_length(const PlyRecords& records, std::int64_t length, std::uint64_t 
 
 class BinaryRecords final : public PlyRecords {
   public:
-    BinaryRecords(const FileReader& file, const PlyHeader& header, std::uint64_t offset)
-        : file_(file), swap_(header.swap()), fetched_(offset) {}
+    BinaryRecords(const FileReader& file, const PlyHeader& header, std::uint64_t offset,
+                  std::size_t ahead)
+        : file_(file), swap_(header.swap()), ahead_(ahead), fetched_(offset) {}
 
     void next(const PlyElement& element, std::uint64_t number, PlyRecord& record) override {
         element_ = &element;
@@ -99,7 +98,7 @@ class BinaryRecords final : public PlyRecords {
         at_ -= begin_;
         begin_ = 0;
         const auto count = static_cast<std::size_t>(
-            std::min<std::uint64_t>(std::max(missing, read_ahead), file_.size() - fetched_));
+            std::min<std::uint64_t>(std::max(missing, ahead_), file_.size() - fetched_));
         const std::size_t old = buffer_.size();
         buffer_.resize(old + count);
         file_.read(fetched_, count, buffer_.data() + old);
@@ -108,6 +107,7 @@ class BinaryRecords final : public PlyRecords {
 
     const FileReader& file_;
     bool swap_;
+    std::size_t ahead_;
     std::string buffer_;    // the bytes before fetched_
     std::uint64_t fetched_; // byte of the file behind the buffer
     std::size_t begin_ = 0; // of the current record in the buffer
@@ -199,8 +199,8 @@ class TextRecords final : public PlyRecords {
 } // namespace
 
 std::unique_ptr<PlyRecords> binary_records(const FileReader& file, const PlyHeader& header,
-                                           std::uint64_t offset) {
-    return std::make_unique<BinaryRecords>(file, header, offset);
+                                           std::uint64_t offset, std::size_t ahead) {
+    return std::make_unique<BinaryRecords>(file, header, offset, ahead);
 }
 
 std::unique_ptr<PlyRecords> text_records(const SourceFile& file, const PlyHeader& header) {

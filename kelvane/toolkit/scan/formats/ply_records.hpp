@@ -48,9 +48,10 @@ class PlyRecords {
     [[noreturn]] virtual void fail(const std::string& what) const = 0;
 };
 
-/// Records from byte `offset` of `file` on, for a binary body. `file` and `header` must stay.
+/// Records from byte `offset` of `file` on, for a binary body, read `ahead` bytes or more at a
+/// time. `file` and `header` must stay.
 std::unique_ptr<PlyRecords> binary_records(const FileReader& file, const PlyHeader& header,
-                                           std::uint64_t offset);
+                                           std::uint64_t offset, std::size_t ahead);
 /// Records of a text body.
 std::unique_ptr<PlyRecords> text_records(const SourceFile& file, const PlyHeader& header);
 

@@ -7,6 +7,8 @@ namespace KVN::toolkit {
 
 namespace {
 
+constexpr std::size_t read_ahead = std::size_t{1} << 20; // bytes; amortises the system calls
+
 Property::Values values_of(PlyType type) {
     return with_type(type,
                      [](auto zero) { return Property::Values(std::vector<decltype(zero)>()); });
@@ -99,7 +101,7 @@ const PlySection* PlyParts::section(const PlyElement& element) const {
 
 std::unique_ptr<PlyRecords> PlyParts::records(std::uint64_t offset) const {
     return header.format == PlyFormat::ascii ? text_records(text, header)
-                                             : binary_records(file, header, offset);
+                                             : binary_records(file, header, offset, read_ahead);
 }
 
 PlyScan::PlyScan(const std::filesystem::path& file)

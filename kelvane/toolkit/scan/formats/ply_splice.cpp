@@ -1,7 +1,7 @@
-#include "kelvane/toolkit/errors.hpp"
+// A PLY file written again as a splice changes it.
+#include "kelvane/toolkit/scan/formats/ply_new_records.hpp"
 #include "kelvane/toolkit/scan/formats/ply_scan.hpp"
 #include "kelvane/toolkit/scan/formats/text_lines.hpp"
-#include "kelvane/toolkit/scan/renumbering.hpp"
 
 #include <algorithm>
 #include <cstring>
@@ -10,39 +10,6 @@
 namespace KVN::toolkit {
 
 namespace {
-
-/// An old record that new ones take properties from.
-struct Origin {
-    std::uint64_t number = 0;
-    PlyRecord record;
-    std::vector<double> values; ///< per property; 0 for a list
-};
-
-/// The origins of one element, by number.
-class Origins {
-  public:
-    template <class Index>
-    explicit Origins(const std::vector<Index>& wanted) {
-        std::vector<Index> numbers = wanted;
-        std::sort(numbers.begin(), numbers.end());
-        numbers.erase(std::unique(numbers.begin(), numbers.end()), numbers.end());
-        for (const Index number : numbers) {
-            origins_.push_back({number, {}, {}});
-        }
-    }
-
-    std::vector<Origin>& all() { return origins_; }
-    /// The origin `number`, or null if nothing wants it.
-    Origin* find(std::uint64_t number) {
-        const auto found =
-            std::lower_bound(origins_.begin(), origins_.end(), number,
-                             [](const Origin& o, std::uint64_t n) { return o.number < n; });
-        return found != origins_.end() && found->number == number ? &*found : nullptr;
-    }
-
-  private:
-    std::vector<Origin> origins_; // ascending
-};
 
 /// Properties that name vertices: the corners of faces, and integers called vertex1, vertex2, ...
 /// of edges and other elements.
@@ -61,31 +28,13 @@ std::vector<std::size_t> reference_places(const PlyElement& element, const PlyHe
     return places;
 }
 
-/// Where a record of fixed size has its values; a list there has three.
-PlyRecord fixed_record(const PlyElement& element, std::string raw) {
-    PlyRecord record;
-    record.first.push_back(0);
-    for (std::size_t p = 0; p < element.properties.size(); ++p) {
-        const PlyProperty& property = element.properties[p];
-        const std::size_t size = size_of(property.type);
-        const std::size_t at = place_in_record(element, p);
-        for (std::size_t i = 0; i < (property.is_list ? 3U : 1U); ++i) {
-            const std::size_t skipped = property.is_list ? size_of(property.count_type) : 0;
-            record.values.push_back({at + skipped + i * size, size});
-        }
-        record.first.push_back(record.values.size());
-    }
-    record.raw = std::move(raw);
-    return record;
-}
-
 class PlySplicer {
   public:
     PlySplicer(const PlyParts& parts, const Splice& splice, OutputFile& out)
         : parts_(parts), header_(parts.header), splice_(splice), out_(out),
           text_(header_.format == PlyFormat::ascii),
           renumbering_(header_.find("vertex")->count, splice.vertices_gone),
-          vertex_origins_(splice.origin_vertex), face_origins_(splice.face_origin) {}
+          new_records_(parts.file, header_, splice, renumbering_) {}
 
     void run() {
         counting_ = true;
@@ -178,7 +127,13 @@ class PlySplicer {
 
     void write_fixed(const PlySection& section) {
         const PlyElement& element = *section.element;
-        fetch_origins(section);
+        for (auto& [number, origin] : new_records_.origins(element)) {
+            const auto walk =
+                binary_records(parts_.file, header_, section.begin + number * section.stride, 1);
+            PlyRecord record;
+            walk->next(element, number, record);
+            new_records_.note(element, *walk, record, origin);
+        }
         const std::vector<std::size_t> references = reference_places(element, header_);
         if (counting_ && (references.empty() || renumbering_.none_gone())) {
             kept_ = element.count - (element.name == "vertex" ? splice_.vertices_gone.size()
@@ -250,39 +205,19 @@ class PlySplicer {
         return static_cast<std::size_t>(to - bytes);
     }
 
-    void fetch_origins(const PlySection& section) {
-        const PlyElement& element = *section.element;
-        for (Origin& origin : origins(element).all()) {
-            origin.record = fixed_record(
-                element, parts_.file.read(section.begin + origin.number * section.stride,
-                                          static_cast<std::size_t>(section.stride)));
-            origin.values.clear();
-            for (std::size_t p = 0; p < element.properties.size(); ++p) {
-                const std::string_view value = origin.record.value(origin.record.first[p]);
-                origin.values.push_back(
-                    load_number(value.data(), element.properties[p].type, header_.swap()));
-            }
-        }
-    }
-
     // --- records one by one ---
 
     void write_walked(const PlyElement& element, PlyRecords& walk) {
         const std::vector<std::size_t> references = reference_places(element, header_);
         PlyRecord record;
         std::string changed;
+        auto& origins = new_records_.origins(element);
+        auto next_origin = origins.begin();
         for (std::uint64_t i = 0; i < element.count; ++i) {
             walk.next(element, i, record);
-            if (Origin* origin = origins(element).find(i)) {
-                origin->record = record;
-                origin->values.clear();
-                for (std::size_t p = 0; p < element.properties.size(); ++p) {
-                    const PlyProperty& property = element.properties[p];
-                    origin->values.push_back(
-                        property.is_list
-                            ? 0.0
-                            : walk.number(record.value(record.first[p]), property.type));
-                }
+            if (next_origin != origins.end() && next_origin->first == i) {
+                new_records_.note(element, walk, record, next_origin->second);
+                ++next_origin;
             }
             const bool listed = next_listed(element) == i;
             next_gone_ += listed ? 1 : 0;
@@ -313,7 +248,7 @@ class PlySplicer {
                 if (renumbering_(old) != old) {
                     const Slice& slice = record.values[v];
                     changed.append(record.raw, done, slice.begin - done);
-                    append_value(changed, type, static_cast<double>(renumbering_(old)));
+                    append_value(changed, type, static_cast<double>(renumbering_(old)), header_);
                     done = slice.begin + slice.size;
                 }
             }
@@ -322,135 +257,15 @@ class PlySplicer {
         return true;
     }
 
-    // --- new records ---
-
-    Origins& origins(const PlyElement& element) {
-        return element.name == "vertex" ? vertex_origins_
-               : element.name == "face" ? face_origins_
-                                        : no_origins_;
-    }
-
     void write_new(const PlyElement& element) {
         const std::size_t count = element.name == "vertex" ? splice_.new_vertex_count()
                                   : element.name == "face" ? splice_.faces.size()
                                                            : 0;
         for (std::size_t k = 0; k < count && !counting_; ++k) {
-            std::string record;
-            element.name == "vertex" ? new_vertex(element, k, record)
-                                     : new_face(element, k, record);
-            if (text_) {
-                record.replace(record.size() - 1, 1, line_end_);
-            }
-            write(record);
+            write(element.name == "vertex" ? new_records_.vertex(k, line_end_)
+                                           : new_records_.face(k, line_end_));
         }
         kept_ += count;
-    }
-
-    void new_vertex(const PlyElement& element, std::size_t k, std::string& record) {
-        const auto mixed_value = [&](std::size_t place) {
-            return mixed(splice_, k, [&](std::uint32_t vertex) {
-                return vertex_origins_.find(vertex)->values[place];
-            });
-        };
-        std::size_t axes[3];
-        std::size_t normal_axes[3] = {};
-        element.find_three({"x", "y", "z"}, axes);
-        const bool normals = element.find_three({"nx", "ny", "nz"}, normal_axes);
-        std::array<double, 3> normal{};
-        if (normals) {
-            normal = normal_of(splice_, k,
-                               {mixed_value(normal_axes[0]), mixed_value(normal_axes[1]),
-                                mixed_value(normal_axes[2])});
-        }
-        for (std::size_t p = 0; p < element.properties.size(); ++p) {
-            const PlyProperty& property = element.properties[p];
-            const auto axis = static_cast<std::size_t>(std::find(axes, axes + 3, p) - axes);
-            const auto normal_axis =
-                static_cast<std::size_t>(std::find(normal_axes, normal_axes + 3, p) - normal_axes);
-            if (property.is_list) {
-                const std::int64_t nearest = nearest_origin(splice_, k);
-                append_list(record, property, p,
-                            nearest < 0
-                                ? nullptr
-                                : vertex_origins_.find(static_cast<std::uint64_t>(nearest)));
-            } else if (axis < 3) {
-                append_coordinate(record, property.type, splice_.positions[3 * k + axis]);
-            } else {
-                append_number(record, property.type,
-                              normals && normal_axis < 3 ? normal[normal_axis] : mixed_value(p));
-            }
-        }
-    }
-
-    void new_face(const PlyElement& element, std::size_t k, std::string& record) {
-        Origin* origin =
-            splice_.face_origin.empty() ? nullptr : face_origins_.find(splice_.face_origin[k]);
-        for (std::size_t p = 0; p < element.properties.size(); ++p) {
-            const PlyProperty& property = element.properties[p];
-            if (p == header_.index_list()) {
-                append_number(record, property.count_type, 3);
-                for (const std::uint32_t corner : splice_.faces[k]) {
-                    append_number(record, property.type, static_cast<double>(renumbering_(corner)));
-                    check_index(property.type, renumbering_(corner));
-                }
-            } else if (property.is_list) {
-                append_list(record, property, p, origin);
-            } else {
-                append_number(record, property.type, origin ? origin->values[p] : 0.0);
-            }
-        }
-    }
-
-    void check_index(PlyType type, std::uint64_t index) const {
-        const double held = with_type(type, [&](auto zero) {
-            return static_cast<double>(rounded<decltype(zero)>(static_cast<double>(index)));
-        });
-        if (held != static_cast<double>(index)) {
-            throw InputError(parts_.file.path().string() + ": its type of vertex indices is too " +
-                             "small for vertex " + std::to_string(index));
-        }
-    }
-
-    /// The list of `origin`, or an empty one.
-    void append_list(std::string& record, const PlyProperty& property, std::size_t place,
-                     const Origin* origin) {
-        const std::size_t begin = origin ? origin->record.first[place] : 0;
-        const std::size_t end = origin ? origin->record.first[place + 1] : 0;
-        append_number(record, property.count_type, static_cast<double>(end - begin));
-        for (std::size_t v = begin; v < end; ++v) {
-            record += origin->record.value(v);
-            record += text_ ? " " : "";
-        }
-    }
-
-    void append_number(std::string& record, PlyType type, double value) {
-        append_value(record, type, value);
-        record += text_ ? " " : "";
-    }
-
-    void append_coordinate(std::string& record, PlyType type, float value) {
-        if (text_ && type == PlyType::float64) {
-            record += shortest(value) + " "; // a widened float needs no more digits
-        } else {
-            append_number(record, type, value);
-        }
-    }
-
-    void append_value(std::string& record, PlyType type, double value) {
-        with_type(type, [&](auto zero) {
-            using T = decltype(zero);
-            const T number = rounded<T>(value);
-            if (!text_) {
-                char bytes[sizeof(T)];
-                store(number, header_.swap(), bytes);
-                record.append(bytes, sizeof(T));
-            } else if constexpr (std::is_floating_point_v<T>) {
-                record += shortest(number);
-            } else {
-                record += std::to_string(number);
-            }
-            return 0;
-        });
     }
 
     const PlyParts& parts_;
@@ -459,9 +274,7 @@ class PlySplicer {
     OutputFile& out_;
     bool text_;
     Renumbering renumbering_;
-    Origins vertex_origins_;
-    Origins face_origins_;
-    Origins no_origins_{std::vector<std::uint32_t>{}};
+    PlyNewRecords new_records_;
     bool counting_ = false;             // the first of two walks, which writes nothing
     std::vector<std::uint64_t> counts_; // per element
     std::uint64_t kept_ = 0;            // records of the current element

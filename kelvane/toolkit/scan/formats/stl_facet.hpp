@@ -17,6 +17,10 @@ constexpr std::size_t stl_record_size = 50; ///< normal, three corners, two attr
 using StlPoint = std::array<float, 3>;
 using StlFacet = std::array<StlPoint, 3>;
 
+inline bool is_finite(const StlPoint& p) {
+    return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
+}
+
 /// Whether numbers of an STL file, little endian, are of the other byte order than this machine.
 inline bool stl_swap() {
     const std::uint16_t probe = 1;

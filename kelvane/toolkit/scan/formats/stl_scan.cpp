@@ -1,13 +1,12 @@
 // STL, ascii or binary: facets with corners of their own, welded where these are equal.
 #include "kelvane/toolkit/scan/formats/file_reader.hpp"
 #include "kelvane/toolkit/scan/formats/mesh_formats.hpp"
+#include "kelvane/toolkit/scan/formats/point_weld.hpp"
 #include "kelvane/toolkit/scan/formats/stl_facet.hpp"
-#include "kelvane/toolkit/scan/formats/text_lines.hpp"
+#include "kelvane/toolkit/scan/formats/stl_text.hpp"
 #include "kelvane/toolkit/scan/renumbering.hpp"
 
 #include <algorithm>
-#include <cctype>
-#include <cmath>
 #include <limits>
 #include <map>
 
@@ -16,159 +15,6 @@ namespace KVN::toolkit {
 namespace {
 
 constexpr std::size_t block_facets = 4096; // 200 kB, which stay in the second-level cache
-
-bool is_finite(const StlPoint& p) {
-    return std::isfinite(p[0]) && std::isfinite(p[1]) && std::isfinite(p[2]);
-}
-
-/// Numbers points by first appearance; equal coordinates are one point.
-class Weld {
-  public:
-    explicit Weld(std::vector<float>& positions) : positions_(positions), table_(1024, none) {}
-
-    std::uint32_t operator()(const StlPoint& point) {
-        if (positions_.size() / 3 * 2 >= table_.size()) {
-            grow();
-        }
-        std::size_t slot = hash(point) & (table_.size() - 1);
-        while (table_[slot] != none) {
-            const float* known = &positions_[3 * std::size_t{table_[slot]}];
-            if (known[0] == point[0] && known[1] == point[1] && known[2] == point[2]) {
-                return table_[slot];
-            }
-            slot = (slot + 1) & (table_.size() - 1);
-        }
-        table_[slot] = static_cast<std::uint32_t>(positions_.size() / 3);
-        positions_.insert(positions_.end(), point.begin(), point.end());
-        return table_[slot];
-    }
-
-  private:
-    static constexpr std::uint32_t none = 0xFFFFFFFF;
-
-    static std::size_t hash(const StlPoint& point) {
-        std::uint64_t h = 0;
-        for (const float value : point) {
-            std::uint32_t bits = 0;
-            const float plain = value + 0.0F; // -0 equals 0
-            std::memcpy(&bits, &plain, sizeof bits);
-            h = (h ^ bits) * 0x9E3779B97F4A7C15U; // 2^64 / golden ratio
-            h ^= h >> 29;
-        }
-        return static_cast<std::size_t>(h);
-    }
-
-    void grow() {
-        table_.assign(2 * table_.size(), none);
-        for (std::size_t v = 0; v < positions_.size() / 3; ++v) {
-            const float* p = &positions_[3 * v];
-            std::size_t slot = hash({p[0], p[1], p[2]}) & (table_.size() - 1);
-            while (table_[slot] != none) {
-                slot = (slot + 1) & (table_.size() - 1);
-            }
-            table_[slot] = static_cast<std::uint32_t>(v);
-        }
-    }
-
-    std::vector<float>& positions_;
-    std::vector<std::uint32_t> table_;
-};
-
-std::string lower(std::string_view word) {
-    std::string result(word);
-    for (char& c : result) {
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    }
-    return result;
-}
-
-/// Walks an ascii file from facet to facet.
-class StlText {
-  public:
-    explicit StlText(const SourceFile& source) : source_(source), lines_(source, 0) {}
-
-    /// What next() has found.
-    enum class Item { facet, solid, end_solid, end };
-
-    Item next() {
-        begin_ = lines_.offset();
-        while (lines_.next()) {
-            const std::string keyword = lower(lines_.word());
-            if (keyword == "facet") {
-                read_facet();
-                return Item::facet;
-            }
-            if (keyword != "solid" && keyword != "endsolid") {
-                misplaced(keyword);
-            }
-            in_solid_ = keyword == "solid";
-            return in_solid_ ? Item::solid : Item::end_solid;
-        }
-        if (in_solid_) {
-            cut_short();
-        }
-        return Item::end;
-    }
-
-    const StlFacet& facet() const { return facet_; }
-    /// The bytes of the item, with its lines' ends and blank lines before it.
-    std::string_view raw() const {
-        return std::string_view(source_.bytes).substr(begin_, lines_.offset() - begin_);
-    }
-
-  private:
-    void read_facet() {
-        std::size_t corners = 0;
-        while (lines_.next()) {
-            const std::string keyword = lower(lines_.word());
-            if (keyword == "vertex" && corners < 3) {
-                read_corner(facet_[corners++]);
-            } else if (keyword == "endfacet") {
-                if (corners != 3) {
-                    lines_.fail("the facet has fewer than three vertices");
-                }
-                return;
-            } else if (keyword != "outer" && keyword != "endloop") {
-                misplaced(keyword);
-            }
-        }
-        cut_short();
-    }
-
-    void read_corner(StlPoint& corner) {
-        for (float& value : corner) {
-            value = lines_.real("a coordinate");
-        }
-        if (!is_finite(corner)) {
-            lines_.fail("a coordinate is not finite, which cannot be welded");
-        }
-        lines_.expect_end();
-    }
-
-    [[noreturn]] void misplaced(const std::string& keyword) const {
-        lines_.fail(toolkit::quoted(keyword) + " does not belong there in an STL file");
-    }
-    [[noreturn]] void cut_short() const {
-        source_.fail("is cut short: the line 'endsolid' is missing");
-    }
-
-    const SourceFile& source_;
-    TextLines lines_;
-    StlFacet facet_{};
-    std::size_t begin_ = 0;
-    bool in_solid_ = false;
-};
-
-std::string facet_text(const StlFacet& facet) {
-    const auto point = [](const StlPoint& p) {
-        return " " + shortest(p[0]) + " " + shortest(p[1]) + " " + shortest(p[2]) + "\n";
-    };
-    std::string text = "facet normal" + point(stl_normal(facet)) + "outer loop\n";
-    for (const StlPoint& corner : facet) {
-        text += "vertex" + point(corner);
-    }
-    return text + "endloop\nendfacet\n";
-}
 
 class StlScan final : public DecodedScan {
   public:
@@ -179,7 +25,7 @@ class StlScan final : public DecodedScan {
         } else {
             check_length();
         }
-        Weld weld(decoded_.positions);
+        PointWeld weld(decoded_.positions);
         for_facets([&](const StlFacet& facet) { add(weld, facet); });
         if (const char* fault = decoded_.fault()) {
             file_.fail(decoded_.positions.empty() ? "has no faces" : fault);
@@ -205,7 +51,7 @@ class StlScan final : public DecodedScan {
         const std::string mark = "\xEF\xBB\xBF"; // of byte order
         const std::size_t start =
             head.find_first_not_of(" \t\r\n", head.rfind(mark, 0) == 0 ? mark.size() : 0);
-        return start != std::string::npos && lower(head.substr(start, 5)) == "solid";
+        return start != std::string::npos && lower_case(head.substr(start, 5)) == "solid";
     }
 
     void check_length() const {
@@ -249,8 +95,9 @@ class StlScan final : public DecodedScan {
         });
     }
 
-    void add(Weld& weld, const StlFacet& facet) {
-        std::vector<std::uint32_t> corners;
+    void add(PointWeld& weld, const StlFacet& facet) {
+        std::vector<std::uint32_t>& corners = corners_;
+        corners.clear();
         for (const StlPoint& corner : facet) {
             if (!is_finite(corner)) {
                 file_.fail("triangle " + std::to_string(decoded_.face_count) +
@@ -350,7 +197,7 @@ class StlScan final : public DecodedScan {
                     const std::uint64_t origin =
                         splice.face_origin.empty() ? face_count() - 1 : splice.face_origin[k];
                     if (!written[k] && origin >= solid_begin && origin < face) {
-                        out.write(facet_text(new_facet(splice, k)));
+                        out.write(stl_facet_text(new_facet(splice, k)));
                         written[k] = true;
                     }
                 }
@@ -371,6 +218,7 @@ class StlScan final : public DecodedScan {
     FileReader file_;
     SourceFile text_; // the whole file, if it is text
     bool is_text_ = false;
+    std::vector<std::uint32_t> corners_;                            // of the facet being added
     std::map<std::uint64_t, std::vector<std::uint32_t>> collapsed_; // by face record
 };
 
