@@ -5,6 +5,7 @@
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/scan/open_scan.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
+#include "kelvane/toolkit/scan/splice_arrays.hpp"
 
 #include <algorithm>
 #include <cstring>

@@ -2,6 +2,7 @@
 
 #include "kelvane/toolkit/scan/formats/mesh_formats.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
+#include "kelvane/toolkit/scan/splice_arrays.hpp"
 
 #include <algorithm>
 #include <optional>
@@ -15,18 +16,19 @@ Splice by_triangles(const OpenScan& scan, Splice splice) {
     if (scan.all_triangles()) {
         return splice;
     }
-    FaceBlock all;
-    scan.corners_into(0, scan.face_count(), all);
+    std::vector<std::int32_t> corners;
+    std::vector<std::uint64_t> records;
+    scan.corners_into(0, scan.face_count(), corners, records);
     const std::vector<std::uint64_t> gone = std::move(splice.faces_gone);
     splice.faces_gone.clear();
-    for (std::size_t t = 0; t < all.records.size(); ++t) {
-        if (std::binary_search(gone.begin(), gone.end(), all.records[t])) {
+    for (std::size_t t = 0; t < records.size(); ++t) {
+        if (std::binary_search(gone.begin(), gone.end(), records[t])) {
             splice.faces_gone.push_back(t);
         }
     }
     for (std::uint64_t& origin : splice.face_origin) {
-        const auto first = std::lower_bound(all.records.begin(), all.records.end() - 1, origin);
-        origin = static_cast<std::uint64_t>(first - all.records.begin());
+        const auto first = std::lower_bound(records.begin(), records.end() - 1, origin);
+        origin = static_cast<std::uint64_t>(first - records.begin());
     }
     return splice;
 }

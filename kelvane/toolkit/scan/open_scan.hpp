@@ -13,12 +13,6 @@
 
 namespace KVN::toolkit {
 
-/// Triangles of some face records, as fans from their first corners.
-struct FaceBlock {
-    std::vector<std::uint32_t> corners; ///< three vertices per triangle
-    std::vector<std::uint64_t> records; ///< per triangle the face record that it is of
-};
-
 /// One file and its records.
 ///
 /// A binary PLY file whose faces are all triangles stays on the disk: memory is a buffer, whatever
@@ -46,8 +40,12 @@ class KELVANE_EXPORT OpenScan {
     /// their bits, doubles are narrowed.
     virtual void positions_into(std::uint64_t first, std::uint64_t count,
                                 float* positions) const = 0;
-    /// Replaces `block` by the triangles of `count` face records from `first` on, in their order.
-    virtual void corners_into(std::uint64_t first, std::uint64_t count, FaceBlock& block) const = 0;
+    /// Replaces `corners` by the triangles, three vertices each, of `count` face records from
+    /// `first` on: fans from the first corners, in their order. `records` becomes the face record
+    /// of each triangle, or empty if all_triangles(), where it would only count.
+    virtual void corners_into(std::uint64_t first, std::uint64_t count,
+                              std::vector<std::int32_t>& corners,
+                              std::vector<std::uint64_t>& records) const = 0;
 
     /// All of it as arrays, with what properties per vertex and per face the arrays can hold.
     virtual Scan to_scan() const = 0;

@@ -1,9 +1,6 @@
 // What a repair changes in a scan, small enough to be applied to arrays and to files alike.
 #pragma once
 
-#include "kelvane/export.hpp"
-#include "kelvane/toolkit/scan/scan.hpp"
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -45,12 +42,6 @@ struct Splice {
         return vertices_gone.empty() && faces_gone.empty() && positions.empty() && faces.empty();
     }
 };
-
-/// Applies `splice` to arrays; the face records of a Scan are its triangles. Properties of new
-/// vertices are mixed by weight, integers rounded; nx, ny, nz are the splice's normals, or mixed
-/// and brought to unit length. Throws std::invalid_argument, and leaves `scan` as it was, if the
-/// splice was not made for a scan of this size.
-KELVANE_EXPORT void apply_splice(Scan& scan, const Splice& splice);
 
 /// Throws std::invalid_argument unless `splice` fits a scan with so many vertices and face records:
 /// lists ascending, arrays of matching lengths, all indices in range.

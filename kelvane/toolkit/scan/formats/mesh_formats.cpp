@@ -35,7 +35,7 @@ std::string no_such_vertex(std::int64_t vertex, std::uint64_t vertex_count) {
            std::to_string(vertex_count) + " (from 0)";
 }
 
-void DecodedRecords::add_face(const std::vector<std::uint32_t>& polygon) {
+void DecodedRecords::add_face(const std::vector<std::int32_t>& polygon) {
     if (polygon.size() != 3 && all_triangles) {
         all_triangles = false; // from here on the numbers differ
         records.resize(corners.size() / 3);
@@ -56,30 +56,25 @@ void DecodedRecords::positions_into(std::uint64_t first, std::uint64_t count, fl
 }
 
 void DecodedRecords::corners_into(std::uint64_t first, std::uint64_t count,
-                                  FaceBlock& block) const {
+                                  std::vector<std::int32_t>& to,
+                                  std::vector<std::uint64_t>& to_records) const {
     std::uint64_t begin = first;
     std::uint64_t end = first + count;
+    to_records.clear();
     if (!all_triangles) {
-        const auto at = [&](std::uint64_t record) {
-            return static_cast<std::uint64_t>(
-                std::lower_bound(records.begin(), records.end(), record) - records.begin());
-        };
-        begin = at(begin);
-        end = at(end);
+        const auto from = std::lower_bound(records.begin(), records.end(), first);
+        const auto until = std::lower_bound(from, records.end(), first + count);
+        begin = static_cast<std::uint64_t>(from - records.begin());
+        end = static_cast<std::uint64_t>(until - records.begin());
+        to_records.assign(from, until);
     }
-    block.corners.assign(corners.data() + 3 * begin, corners.data() + 3 * end);
-    block.records.resize(end - begin);
-    if (all_triangles) {
-        std::iota(block.records.begin(), block.records.end(), first);
-    } else {
-        std::copy_n(records.data() + begin, end - begin, block.records.begin());
-    }
+    to.assign(corners.data() + 3 * begin, corners.data() + 3 * end);
 }
 
 Scan DecodedRecords::to_scan() const {
     Scan scan;
     scan.positions = positions;
-    scan.triangles.assign(corners.begin(), corners.end());
+    scan.triangles = corners;
     scan.short_faces = static_cast<std::int64_t>(short_faces);
     return scan;
 }

@@ -43,7 +43,7 @@ std::string no_such_vertex(std::int64_t vertex, std::uint64_t vertex_count);
 /// The decoded records of a file that is not read from the disk piece by piece.
 struct DecodedRecords {
     std::vector<float> positions;
-    std::vector<std::uint32_t> corners; ///< of triangles
+    std::vector<std::int32_t> corners;  ///< of triangles
     std::vector<std::uint64_t> records; ///< per triangle, unless all are triangles
     bool all_triangles = true;          ///< record i is triangle i
     std::uint64_t face_count = 0;
@@ -51,9 +51,10 @@ struct DecodedRecords {
 
     std::uint64_t vertex_count() const { return positions.size() / 3; }
     /// Adds a face record as a fan from its first corner; one with fewer than 3 corners is counted.
-    void add_face(const std::vector<std::uint32_t>& polygon);
+    void add_face(const std::vector<std::int32_t>& polygon);
     void positions_into(std::uint64_t first, std::uint64_t count, float* to) const;
-    void corners_into(std::uint64_t first, std::uint64_t count, FaceBlock& block) const;
+    void corners_into(std::uint64_t first, std::uint64_t count, std::vector<std::int32_t>& to,
+                      std::vector<std::uint64_t>& to_records) const;
     Scan to_scan() const;
     /// What is wrong with these records as a scan, or null.
     const char* fault() const;
@@ -69,8 +70,9 @@ class DecodedScan : public OpenScan {
     void positions_into(std::uint64_t first, std::uint64_t count, float* to) const override {
         decoded_.positions_into(first, count, to);
     }
-    void corners_into(std::uint64_t first, std::uint64_t count, FaceBlock& block) const override {
-        decoded_.corners_into(first, count, block);
+    void corners_into(std::uint64_t first, std::uint64_t count, std::vector<std::int32_t>& corners,
+                      std::vector<std::uint64_t>& records) const override {
+        decoded_.corners_into(first, count, corners, records);
     }
     Scan to_scan() const override { return decoded_.to_scan(); }
 

@@ -31,7 +31,7 @@ class ObjScan final : public DecodedScan {
   public:
     explicit ObjScan(const std::filesystem::path& file) : path_(file), text_(load_source(file)) {
         ObjStatements walk(text_);
-        std::vector<std::uint32_t> polygon;
+        std::vector<std::int32_t> polygon;
         // A face may stand before its vertices, so the highest index is judged at the end.
         std::int64_t highest = -1;
         std::size_t highest_line = 0;
@@ -48,7 +48,7 @@ class ObjScan final : public DecodedScan {
                         highest = vertex;
                         highest_line = walk.line_number();
                     }
-                    polygon.push_back(static_cast<std::uint32_t>(vertex));
+                    polygon.push_back(static_cast<std::int32_t>(vertex));
                 }
                 decoded_.add_face(polygon);
             } else {

@@ -63,7 +63,7 @@ class OffScan final : public DecodedScan {
             }
             more_ = more_ || !lines.word().empty();
         }
-        std::vector<std::uint32_t> corners;
+        std::vector<std::int32_t> corners;
         for (std::uint64_t f = 0; f < faces; ++f) {
             next_record(lines, text_, "face", f);
             read_corners(lines, f, corners);
@@ -79,7 +79,7 @@ class OffScan final : public DecodedScan {
 
   private:
     void read_corners(TextLines& lines, std::uint64_t face,
-                      std::vector<std::uint32_t>& corners) const {
+                      std::vector<std::int32_t>& corners) const {
         const std::int64_t length = lines.integer("the number of corners");
         corners.clear();
         for (std::int64_t i = 0; i < length; ++i) {
@@ -88,7 +88,7 @@ class OffScan final : public DecodedScan {
                 lines.fail("face " + std::to_string(face) + " " +
                            no_such_vertex(vertex, vertices_));
             }
-            corners.push_back(static_cast<std::uint32_t>(vertex));
+            corners.push_back(static_cast<std::int32_t>(vertex));
         }
     }
 

@@ -1,7 +1,6 @@
 #include "kelvane/toolkit/scan/formats/ply_scan.hpp"
 
 #include <algorithm>
-#include <numeric>
 
 namespace KVN::toolkit {
 
@@ -191,7 +190,7 @@ void PlyScan::decode() {
     std::size_t axes[3];
     vertex_->find_three({"x", "y", "z"}, axes);
     PlyRecord record;
-    std::vector<std::uint32_t> polygon;
+    std::vector<std::int32_t> polygon;
     for (const PlyElement& element : header_.elements) {
         const std::uint64_t count = element.properties.empty() ? 0 : element.count;
         for (std::uint64_t i = 0; i < count; ++i) {
@@ -209,7 +208,7 @@ void PlyScan::decode() {
                     if (vertex < 0 || static_cast<std::uint64_t>(vertex) >= vertex_->count) {
                         walk->fail(no_such_vertex(vertex, vertex_->count));
                     }
-                    polygon.push_back(static_cast<std::uint32_t>(vertex));
+                    polygon.push_back(static_cast<std::int32_t>(vertex));
                 }
                 decoded_->add_face(polygon);
             }
@@ -256,28 +255,29 @@ void PlyScan::positions_into(std::uint64_t first, std::uint64_t count, float* po
                });
 }
 
-void PlyScan::corners_into(std::uint64_t first, std::uint64_t count, FaceBlock& block) const {
+void PlyScan::corners_into(std::uint64_t first, std::uint64_t count,
+                           std::vector<std::int32_t>& corners,
+                           std::vector<std::uint64_t>& records) const {
     if (decoded_) {
-        decoded_->corners_into(first, count, block);
+        decoded_->corners_into(first, count, corners, records);
         return;
     }
-    block.corners.resize(3 * count);
-    block.records.resize(count);
-    std::iota(block.records.begin(), block.records.end(), first);
+    corners.resize(3 * count);
+    records.clear();
     const PlyProperty& list = face_->properties[header_.index_list()];
     const std::size_t at = place_in_record(*face_, header_.index_list()) + size_of(list.count_type);
     const bool swap = header_.swap();
     const std::uint64_t stride = faces_->stride;
     for_blocks(
         file_, *faces_, first, count, [&](std::uint64_t start, std::uint64_t n, const char* bytes) {
-            std::uint32_t* to = block.corners.data() + 3 * (start - first);
+            std::int32_t* to = corners.data() + 3 * (start - first);
             with_type(list.type, [&](auto zero) {
                 using T = decltype(zero);
                 for (std::uint64_t i = 0; i < n; ++i) {
                     for (std::uint64_t c = 0; c < 3; ++c) {
                         const T value = load<T>(bytes + i * stride + at + c * sizeof(T), swap);
                         check_corner(start + i, static_cast<std::int64_t>(value));
-                        to[3 * i + c] = static_cast<std::uint32_t>(value);
+                        to[3 * i + c] = static_cast<std::int32_t>(value);
                     }
                 }
                 return 0;
@@ -290,9 +290,8 @@ Scan PlyScan::to_scan() const {
     if (!decoded_) {
         scan.positions.resize(3 * vertex_count());
         positions_into(0, vertex_count(), scan.positions.data());
-        FaceBlock block;
-        corners_into(0, face_count(), block);
-        scan.triangles.assign(block.corners.begin(), block.corners.end());
+        std::vector<std::uint64_t> records;
+        corners_into(0, face_count(), scan.triangles, records);
         scan.vertex_properties = fixed_properties(file_, *vertices_, header_.swap());
         scan.face_properties = fixed_properties(file_, *faces_, header_.swap());
         return scan;

@@ -65,7 +65,8 @@ class PlyScan final : public OpenScan {
     bool all_triangles() const override { return !decoded_ || decoded_->all_triangles; }
     bool has_normals() const override;
     void positions_into(std::uint64_t first, std::uint64_t count, float* positions) const override;
-    void corners_into(std::uint64_t first, std::uint64_t count, FaceBlock& block) const override;
+    void corners_into(std::uint64_t first, std::uint64_t count, std::vector<std::int32_t>& corners,
+                      std::vector<std::uint64_t>& records) const override;
     Scan to_scan() const override;
 
   private:

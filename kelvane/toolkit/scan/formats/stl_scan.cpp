@@ -96,14 +96,14 @@ class StlScan final : public DecodedScan {
     }
 
     void add(PointWeld& weld, const StlFacet& facet) {
-        std::vector<std::uint32_t>& corners = corners_;
+        std::vector<std::int32_t>& corners = corners_;
         corners.clear();
         for (const StlPoint& corner : facet) {
             if (!is_finite(corner)) {
                 file_.fail("triangle " + std::to_string(decoded_.face_count) +
                            " has a coordinate that is not finite, which cannot be welded");
             }
-            corners.push_back(weld(corner));
+            corners.push_back(static_cast<std::int32_t>(weld(corner)));
         }
         if (corners[0] == corners[1] || corners[1] == corners[2] || corners[2] == corners[0]) {
             collapsed_[decoded_.face_count] = corners;
@@ -120,13 +120,13 @@ class StlScan final : public DecodedScan {
         }
         const Renumbering gone(vertex_count(), splice.vertices_gone);
         for (std::size_t i = 0; i < decoded_.corners.size() && !gone.none_gone(); ++i) {
-            if (gone.is_gone(decoded_.corners[i])) {
+            if (gone.is_gone(static_cast<std::uint32_t>(decoded_.corners[i]))) {
                 go[decoded_.all_triangles ? i / 3 : decoded_.records[i / 3]] = true;
             }
         }
         for (const auto& [face, corners] : collapsed_) {
-            for (const std::uint32_t corner : corners) {
-                go[face] = go[face] || gone.is_gone(corner);
+            for (const std::int32_t corner : corners) {
+                go[face] = go[face] || gone.is_gone(static_cast<std::uint32_t>(corner));
             }
         }
         return go;
@@ -218,8 +218,8 @@ class StlScan final : public DecodedScan {
     FileReader file_;
     SourceFile text_; // the whole file, if it is text
     bool is_text_ = false;
-    std::vector<std::uint32_t> corners_;                            // of the facet being added
-    std::map<std::uint64_t, std::vector<std::uint32_t>> collapsed_; // by face record
+    std::vector<std::int32_t> corners_;                            // of the facet being added
+    std::map<std::uint64_t, std::vector<std::int32_t>> collapsed_; // by face record
 };
 
 } // namespace
