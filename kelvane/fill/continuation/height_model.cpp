@@ -1,5 +1,7 @@
 #include "kelvane/fill/continuation/height_model.hpp"
 
+#include "kelvane/fill/geometry.hpp"
+
 #include <Eigen/Eigenvalues>
 #include <Eigen/QR>
 
@@ -34,12 +36,6 @@ struct Fall {
 
 constexpr Fall falls[] = {{false, 0.05}, {false, 0.1}, {false, 0.2}, {false, 0.3}, {false, 0.5},
                           {false, 0.8},  {true, 1.5},  {true, 2.0},  {true, 2.5}};
-
-double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
 
 Eigen::VectorXd outlier_weights(const Eigen::VectorXd& residuals, double resolution) {
     const Eigen::VectorXd sizes = residuals.cwiseAbs();

@@ -9,6 +9,7 @@
 #include <cmath>
 #include <numeric>
 #include <set>
+#include <utility>
 
 namespace Mesh_M::fill {
 
@@ -30,9 +31,7 @@ double median_border_edge(const HoleScene& scene) {
         const auto b = static_cast<std::size_t>(scene.border[(i + 1) % scene.border.size()]);
         lengths.push_back((scene.points[b] - scene.points[a]).norm());
     }
-    const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>(lengths.size() / 2);
-    std::nth_element(lengths.begin(), middle, lengths.end());
-    return *middle;
+    return median(std::move(lengths));
 }
 
 // Points of the surroundings that lie on triangles which face the frame's way. Empty if a good part

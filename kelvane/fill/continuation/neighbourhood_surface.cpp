@@ -1,5 +1,7 @@
 #include "kelvane/fill/continuation/neighbourhood_surface.hpp"
 
+#include "kelvane/fill/disc/patch_builder.hpp"
+
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -226,14 +228,11 @@ void adopt_patch(const Patch& patch, HoleScene& scene) {
 }
 
 Point area_vector(const HoleScene& scene) {
-    const Point origin = scene.points[static_cast<std::size_t>(scene.border.front())];
-    Point sum = Point::Zero();
-    for (std::size_t i = 0; i < scene.border.size(); ++i) {
-        const auto a = static_cast<std::size_t>(scene.border[i]);
-        const auto b = static_cast<std::size_t>(scene.border[(i + 1) % scene.border.size()]);
-        sum += (scene.points[a] - origin).cross(scene.points[b] - origin);
+    std::vector<Point> loop;
+    for (const int v : scene.border) {
+        loop.push_back(scene.points[static_cast<std::size_t>(v)]);
     }
-    return sum;
+    return area_vector(loop);
 }
 
 void write_patch(const HoleScene& scene, std::vector<MyPoint3>& points, std::vector<MyFace>& faces,

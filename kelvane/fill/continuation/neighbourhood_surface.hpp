@@ -2,7 +2,7 @@
 // back as a patch.
 #pragma once
 
-#include "kelvane/fill/disc/patch_builder.hpp"
+#include "kelvane/fill/geometry.hpp"
 #include "kelvane/fill/hole_filling.hpp"
 
 #include <vector>
@@ -37,8 +37,7 @@ bool read_scene(const std::vector<double>& soup, const std::vector<double>& bord
 /// Adds a patch over the scene's border; its inner points become movable.
 void adopt_patch(const Patch& patch, HoleScene& scene);
 
-/// The area vector of the border loop: twice the area times the normal of a flat loop, and the same
-/// for every surface over the loop.
+/// The area vector of the border loop.
 Point area_vector(const HoleScene& scene);
 
 /// Writes the patch out: first every border point, in loop order, then the other points in use.

@@ -1,4 +1,5 @@
 #include "kelvane/fill/disc/disc_mesh.hpp"
+#include "kelvane/fill/disc/patch_builder.hpp"
 
 #include <algorithm>
 
@@ -7,15 +8,6 @@ namespace {
 
 /// Height below which a triangle counts as degenerate, relative to the extent of the patch.
 constexpr double least_height = 1e-13;
-
-double extent(const std::vector<Point>& points) {
-    Point low = points[0], high = points[0];
-    for (const Point& point : points) {
-        low = low.cwiseMin(point);
-        high = high.cwiseMax(point);
-    }
-    return (high - low).maxCoeff();
-}
 
 /// Whether the triangle that begins with half-edge h has an area. On a border edge without length
 /// no triangle can have one, and it is let pass.
@@ -43,7 +35,7 @@ bool is_sound_patch(const Patch& patch) {
     if (!std::all_of(patch.points.begin(), patch.points.end(), is_finite) || !mesh.assign(patch)) {
         return false;
     }
-    const double least = least_height * extent(patch.points);
+    const double least = least_height * bounding_box(patch.points).extent();
     for (int h = 0; h < mesh.half_edge_count(); ++h) {
         const bool forbidden = mesh.borderCount() > 3 && mesh.is_chord(h);
         if (forbidden || (h % 3 == 0 && !has_area(mesh, h, least))) {

@@ -5,7 +5,7 @@
 // change. Operations refuse what would make the surface anything but a disc; shape is the caller's.
 #pragma once
 
-#include "kelvane/fill/disc/patch_builder.hpp"
+#include "kelvane/fill/geometry.hpp"
 
 namespace Mesh_M::fill {
 

@@ -44,13 +44,9 @@ void refine(DiscMesh& mesh, const std::vector<double>& sizes, bool keep_shape) {
 class UnitFrame {
   public:
     explicit UnitFrame(const std::vector<Point>& border) {
-        Point low = border[0], high = border[0];
-        for (const Point& point : border) {
-            low = low.cwiseMin(point);
-            high = high.cwiseMax(point);
-        }
-        centre = 0.5 * low + 0.5 * high;
-        extent = (high - low).maxCoeff();
+        const Box box = bounding_box(border);
+        centre = box.centre();
+        extent = box.extent();
         std::frexp(extent, &exponent);
     }
 

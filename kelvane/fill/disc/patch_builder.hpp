@@ -1,28 +1,14 @@
 // The stages that make a patch over a border loop, for use inside this library only.
 //
 // Whole road: triangulate_border -> refine_patch, or both in one call with build_patch. All
-// functions are pure: no shared state, the same bits for the same input. Indices 0 to k - 1 of a
-// patch are the border points in loop order, the rest are inner points.
+// functions are pure: no shared state, the same bits for the same input.
 #pragma once
 
-#include <Eigen/Core>
-#include <Eigen/Geometry>
+#include "kelvane/fill/geometry.hpp"
 
-#include <array>
 #include <vector>
 
 namespace Mesh_M::fill {
-
-using Point = Eigen::Vector3d;
-using Triangle = std::array<int, 3>;
-
-/// A triangulated disc. Each border edge i -> i + 1 (and k - 1 -> 0) is traversed in this direction
-/// by the one triangle on it.
-struct Patch {
-    std::vector<Point> points;
-    std::vector<Triangle> triangles;
-    int borderCount = 0;
-};
 
 /// Reads a flat x, y, z list into points. False if it has fewer than 3 points, a length that is no
 /// multiple of 3, or a coordinate that is not finite; `border` is then undefined.

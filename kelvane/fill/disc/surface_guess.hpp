@@ -1,7 +1,7 @@
 // A guess at the surface that a border loop was cut out of.
 #pragma once
 
-#include "kelvane/fill/disc/patch_builder.hpp"
+#include "kelvane/fill/geometry.hpp"
 
 namespace Mesh_M::fill {
 
