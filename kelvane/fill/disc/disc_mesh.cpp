@@ -1,28 +1,15 @@
 #include "kelvane/fill/disc/disc_mesh.hpp"
 
 #include <algorithm>
+#include <numeric>
 
 namespace Mesh_M::fill {
-namespace {
-
-/// A half-edge filed under its ends in ascending order.
-struct EdgeRecord {
-    int low, high, half_edge;
-
-    bool operator<(const EdgeRecord& other) const {
-        return low != other.low     ? low < other.low
-               : high != other.high ? high < other.high
-                                    : half_edge < other.half_edge;
-    }
-};
-
-} // namespace
-
 bool DiscMesh::assign(const Patch& patch) {
     border = patch.borderCount;
     points = patch.points;
     sizes.assign(points.size(), 0.0);
     origins.clear();
+    origins.reserve(3 * patch.triangles.size());
     for (const Triangle& triangle : patch.triangles) {
         for (int i = 0; i < 3; ++i) {
             const int corner = triangle[i];
@@ -39,33 +26,43 @@ bool DiscMesh::assign(const Patch& patch) {
            has_single_fans() && is_connected();
 }
 
-bool DiscMesh::pair_half_edges() {
-    std::vector<EdgeRecord> edges(origins.size());
-    for (int h = 0; h < half_edge_count(); ++h) {
-        edges[h] = {std::min(origin(h), target(h)), std::max(origin(h), target(h)), h};
+/// Half-edges sorted by their origins by counting: those from point p begin at places[p].
+void DiscMesh::sort_by_origin(std::vector<int>& places, std::vector<int>& sorted) const {
+    places.assign(points.size() + 1, 0);
+    for (const int point : origins) {
+        ++places[point];
     }
-    std::sort(edges.begin(), edges.end());
+    std::partial_sum(places.begin(), places.end(), places.begin());
+    sorted.resize(origins.size());
+    for (int h = half_edge_count() - 1; h >= 0; --h) {
+        sorted[--places[origin(h)]] = h;
+    }
+}
+
+bool DiscMesh::pair_half_edges() {
+    std::vector<int> places, sorted;
+    sort_by_origin(places, sorted);
     twins.assign(origins.size(), none);
     outgoings.assign(points.size(), none);
     int loose = 0;
-    for (std::size_t i = 0; i < edges.size();) {
-        std::size_t end = i + 1;
-        while (end < edges.size() && edges[end].low == edges[i].low &&
-               edges[end].high == edges[i].high) {
-            ++end;
-        }
-        const int h = edges[i].half_edge;
-        if (end - i == 2 && origin(h) != origin(edges[i + 1].half_edge)) {
-            join(h, edges[i + 1].half_edge);
-        } else if (end - i == 1 && is_border(origin(h)) && target(h) == (origin(h) + 1) % border) {
-            outgoings[origin(h)] = h;
+    for (int h = 0; h < half_edge_count(); ++h) {
+        const int a = origin(h), b = target(h);
+        const auto end = sorted.begin() + places[b + 1];
+        const auto found = std::find_if(sorted.begin() + places[b], end,
+                                        [&](int other) { return target(other) == a; });
+        if (found != end) {
+            twins[h] = *found;
+        } else if (is_border(a) && b == (a + 1) % border) {
+            outgoings[a] = h;
             ++loose;
         } else {
             return false;
         }
-        i = end;
     }
     for (int h = 0; h < half_edge_count(); ++h) {
+        if (twins[h] != none && twins[twins[h]] != h) {
+            return false; // an edge that more than two triangles share
+        }
         if (outgoings[origin(h)] == none) {
             outgoings[origin(h)] = h;
         }

@@ -99,6 +99,7 @@ class DiscMesh {
     void claim(int h);
     void set_triangle(int h, const Triangle& corners, int out_bc, int out_ca);
     bool may_collapse(int h) const;
+    void sort_by_origin(std::vector<int>& places, std::vector<int>& sorted) const;
     bool pair_half_edges();
     bool has_single_fans() const;
     bool is_connected() const;

@@ -16,84 +16,129 @@ constexpr double least_share = 0.02;
 constexpr double flat_ratio = 0.3;
 constexpr double degenerate_ratio = 1e-3;
 
-/// The triangles around one point. The object is reused, so that its storage is.
+/// The triangles around one inner point, seen from it. The object is reused, so that its storage
+/// is.
 class Ring {
   public:
     void gather(const DiscMesh& mesh, int point);
-    /// Centre of the triangles' centres. The weights, (area / size^2)^2, are equal where areas are
-    /// as wished; the square pulls towards the largest triangle, which evens out faster than the
-    /// area.
-    Point weighted_centre() const;
-    Point plain_centre() const;
-    /// Height over longest edge of the flattest triangle if the middle were at `position`.
-    double flattest(const Point& position) const;
-    /// The least triangle if the middle were at `position`, along the area vector.
-    double least_triangle(const Point& position) const;
+    /// Way to the centre of the triangles' centres. The weights, (area / size^2)^2, are equal where
+    /// areas are as wished; the square pulls towards the largest triangle, which evens out faster
+    /// than the area.
+    Point to_weighted_centre() const;
+    Point to_plain_centre() const;
+    /// Height over longest edge of the flattest triangle if the point went this way.
+    double flattest(const Point& step) const;
+    /// The least triangle as it is and if the point went this way, along the area vector.
+    double least_triangle() const { return least; }
+    double least_triangle(const Point& step) const;
 
-    Point position = Point::Zero();
     Point area_vector = Point::Zero(); ///< twice the area; does not depend on the middle
 
   private:
     struct Side {
-        Point a, b;
-        double size; ///< sum of the wished sizes at the three corners
+        Point spoke;          ///< to its first end
+        Point along;          ///< from there to its second end
+        Point normal;         ///< of the triangle; its length is twice the area
+        double size;          ///< sum of the wished sizes at the three corners
+        double upright = 0.0; ///< normal along the area vector
     };
     std::vector<Side> sides;
+    double least = 0.0;
 };
 
 void Ring::gather(const DiscMesh& mesh, int point) {
     sides.clear();
-    position = mesh.points[point];
     area_vector.setZero();
+    const Point& position = mesh.points[point];
+    int a = mesh.target(mesh.outgoing(point));
+    Point spoke = mesh.points[a] - position;
     mesh.for_each_triangle(point, [&](int h) {
-        const int a = mesh.target(h), b = mesh.apex(h);
-        double size = mesh.sizes[point] + mesh.sizes[a] + mesh.sizes[b];
-        if (mesh.twin(DiscMesh::next(h)) == DiscMesh::none) {
-            size = std::max(size, 3.0 * (mesh.points[b] - mesh.points[a]).norm());
+        const int b = mesh.apex(h);
+        const Point next = mesh.points[b] - position;
+        Side& side = sides.emplace_back();
+        side.spoke = spoke;
+        side.along = next - spoke;
+        side.normal = spoke.cross(next);
+        side.size = mesh.sizes[point] + mesh.sizes[a] + mesh.sizes[b];
+        if (mesh.is_border(a) && mesh.is_border(b)) {
+            side.size = std::max(side.size, 3.0 * side.along.norm());
         }
-        sides.push_back({mesh.points[a], mesh.points[b], size});
-        area_vector += (mesh.points[a] - position).cross(mesh.points[b] - position);
+        area_vector += side.normal;
+        spoke = next;
+        a = b;
     });
+    least = std::numeric_limits<double>::max();
+    for (Side& side : sides) {
+        side.upright = side.normal.dot(area_vector);
+        least = std::min(least, side.upright);
+    }
 }
 
-Point Ring::weighted_centre() const {
+Point Ring::to_weighted_centre() const {
     Point centre = Point::Zero();
     double weights = 0.0;
     for (const Side& side : sides) {
-        const Point to_a = side.a - position, to_b = side.b - position;
         const double squared_size = side.size * side.size;
-        const double weight = to_a.cross(to_b).squaredNorm() / (squared_size * squared_size);
-        centre += weight * (to_a + to_b);
+        const double weight = side.normal.squaredNorm() / (squared_size * squared_size);
+        centre += weight * (2.0 * side.spoke + side.along);
         weights += weight;
     }
-    return weights > 0.0 ? Point(position + centre / (3.0 * weights)) : position;
+    return weights > 0.0 ? Point(centre / (3.0 * weights)) : Point::Zero();
 }
 
-Point Ring::plain_centre() const {
+Point Ring::to_plain_centre() const {
     Point sum = Point::Zero();
     for (const Side& side : sides) {
-        sum += side.a;
+        sum += side.spoke;
     }
     return sum / static_cast<double>(sides.size());
 }
 
-double Ring::flattest(const Point& middle) const {
+double Ring::flattest(const Point& step) const {
     double least = std::numeric_limits<double>::max();
     for (const Side& side : sides) {
-        const Point to_a = side.a - middle, to_b = side.b - middle;
+        const Point to_a = side.spoke - step, to_b = to_a + side.along;
         const double longest =
-            std::max({to_a.squaredNorm(), to_b.squaredNorm(), (side.b - side.a).squaredNorm()});
+            std::max({to_a.squaredNorm(), to_b.squaredNorm(), side.along.squaredNorm()});
         least = std::min(least, longest > 0.0 ? to_a.cross(to_b).norm() / longest : 0.0);
     }
     return least;
 }
 
-double Ring::least_triangle(const Point& middle) const {
-    double least = std::numeric_limits<double>::max();
+double Ring::least_triangle(const Point& step) const {
+    const Point shift = area_vector.cross(step);
+    double moved = std::numeric_limits<double>::max();
     for (const Side& side : sides) {
-        least = std::min(least, (side.a - middle).cross(side.b - middle).dot(area_vector));
+        moved = std::min(moved, side.upright - shift.dot(side.along));
     }
-    return least;
+    return moved;
+}
+
+/// Whether the triangle that begins with half-edge h is to be mended.
+bool is_flat(const DiscMesh& mesh, int h) {
+    const Point& corner = mesh.points[mesh.origin(h)];
+    const Point to_b = mesh.points[mesh.target(h)] - corner;
+    const Point to_c = mesh.points[mesh.apex(h)] - corner;
+    const double longest =
+        std::max({to_b.squaredNorm(), to_c.squaredNorm(), (to_c - to_b).squaredNorm()});
+    return to_b.cross(to_c).squaredNorm() <= flat_ratio * flat_ratio * longest * longest;
+}
+
+/// The inner points at flat triangles, in ascending order.
+std::vector<int> points_at_flat_triangles(const DiscMesh& mesh) {
+    std::vector<int> points;
+    for (int h = 0; h < mesh.half_edge_count(); h += 3) {
+        if (mesh.is_used(h) && is_flat(mesh, h)) {
+            for (const int point : {mesh.origin(h), mesh.target(h), mesh.apex(h)}) {
+                if (!mesh.is_border(point)) {
+                    points.push_back(point);
+                }
+            }
+        }
+    }
+    std::sort(points.begin(), points.end());
+    points.erase(std::unique(points.begin(), points.end()), points.end());
+    return points;
 }
 
 } // namespace
@@ -105,16 +150,15 @@ void relax_points(DiscMesh& mesh, bool keep_shape) {
             continue;
         }
         ring.gather(mesh, point);
-        Point step = ring.weighted_centre() - ring.position;
+        Point step = ring.to_weighted_centre();
         const double squared = ring.area_vector.squaredNorm();
         if (keep_shape && squared > 0.0) {
             step -= step.dot(ring.area_vector) / squared * ring.area_vector;
         }
-        const double least = std::min(ring.least_triangle(ring.position), least_share * squared);
+        const double least = std::min(ring.least_triangle(), least_share * squared);
         for (int attempt = 0; attempt < 3; ++attempt, step *= 0.5) {
-            const Point moved = ring.position + step;
-            if (ring.least_triangle(moved) >= least) {
-                mesh.points[point] = moved;
+            if (ring.least_triangle(step) >= least) {
+                mesh.points[point] += step;
                 break;
             }
         }
@@ -124,26 +168,19 @@ void relax_points(DiscMesh& mesh, bool keep_shape) {
 bool mend_flat_triangles(DiscMesh& mesh) {
     Ring ring;
     bool moved = false;
-    for (int point = mesh.borderCount(); point < mesh.point_count(); ++point) {
-        if (!mesh.is_alive(point)) {
-            continue;
-        }
+    for (const int point : points_at_flat_triangles(mesh)) {
         ring.gather(mesh, point);
-        double best = ring.flattest(ring.position);
-        if (best > flat_ratio) {
-            continue;
-        }
-        const double least = best < degenerate_ratio
-                                 ? -std::numeric_limits<double>::max()
-                                 : std::min(0.0, ring.least_triangle(ring.position));
-        const Point plain = ring.plain_centre(), weighted = ring.weighted_centre();
-        for (const Point& candidate :
-             {weighted, plain, Point(0.5 * (weighted + plain)),
-              Point(0.5 * (ring.position + plain)), Point(1.5 * plain - 0.5 * ring.position)}) {
-            const double quality = ring.flattest(candidate);
-            if (quality > best && ring.least_triangle(candidate) >= least) {
+        double best = ring.flattest(Point::Zero());
+        const double least = best < degenerate_ratio ? -std::numeric_limits<double>::max()
+                                                     : std::min(0.0, ring.least_triangle());
+        const Point plain = ring.to_plain_centre(), weighted = ring.to_weighted_centre();
+        const Point position = mesh.points[point];
+        for (const Point& step : {weighted, plain, Point(0.5 * (weighted + plain)),
+                                  Point(0.5 * plain), Point(1.5 * plain)}) {
+            const double quality = ring.flattest(step);
+            if (quality > best && ring.least_triangle(step) >= least) {
                 best = quality;
-                mesh.points[point] = candidate;
+                mesh.points[point] = position + step;
                 moved = true;
             }
         }

@@ -31,8 +31,7 @@ std::vector<double> border_sizes(const std::vector<Point>& border);
 /// membrane over the loop. False, with `patch` unchanged, if no valid disc came out.
 bool refine_patch(Patch& patch, const std::vector<double>& sizes, bool keep_shape = false);
 
-/// Whether the patch is a disc over its border loop: Euler characteristic, each border edge once in
-/// loop direction, each inner edge once in either direction, one fan per point, finite points, no
+/// Whether a patch that is a disc over its border loop may be handed out: finite points, no
 /// triangle of zero area (except on a border edge of zero length) and, for k above 3, no inner edge
 /// between border points.
 bool is_sound_patch(const Patch& patch);
