@@ -62,4 +62,26 @@ inline Point area_vector(const std::vector<Point>& loop) {
     return sum;
 }
 
+/// The mean plane of a loop, with coordinates in it.
+struct BorderPlane {
+    Point centre;           ///< mean of the loop's points
+    Point x, y;             ///< unit vectors in the plane
+    Point normal;           ///< x cross y; the loop goes round it counter-clockwise
+    double radius = 0.0;    ///< root mean square distance of the points from the centre
+    double roundness = 0.0; ///< area of the loop relative to that of a circle of this radius
+
+    /// Place in the plane and height over it.
+    Point to_plane(const Point& point) const {
+        const Point offset = point - centre;
+        return {offset.dot(x), offset.dot(y), offset.dot(normal)};
+    }
+    Point from_plane(const Point& place) const {
+        return centre + place.x() * x + place.y() * y + place.z() * normal;
+    }
+};
+
+/// The plane across the area vector of a loop. Of a loop without area the roundness is 0 and the
+/// axes are any.
+BorderPlane border_plane(const std::vector<Point>& loop);
+
 } // namespace Mesh_M::fill

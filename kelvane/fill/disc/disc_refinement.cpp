@@ -62,8 +62,8 @@ bool PatchRefiner::leaves_height(int h) const {
            is_kept(DiscMesh::previous(h), (apex - start).squaredNorm());
 }
 
-PatchRefiner::PatchRefiner(DiscMesh& mesh, SizeField& field)
-    : mesh(mesh), field(field),
+PatchRefiner::PatchRefiner(DiscMesh& mesh)
+    : mesh(mesh),
       point_limit(mesh.points.size() + 256 +
                   points_per_border_point * static_cast<std::size_t>(mesh.borderCount())) {}
 
@@ -89,7 +89,7 @@ int PatchRefiner::bisect(int h) {
 
 /// Longest edges first, restoring the Delaunay property after each: every new point then lies well
 /// away from all others, however thin the triangles were at the start.
-void PatchRefiner::bisect_long_edges() {
+void PatchRefiner::bisect_long_edges(SizeField& field) {
     EdgeFlipper flipper(mesh, false);
     for (int h = 0; h < mesh.half_edge_count(); ++h) {
         if (is_flat(h)) { // points put there would coincide or align; elsewhere the shape is kept
@@ -131,7 +131,7 @@ void PatchRefiner::split_long_edges() {
     const int end = mesh.half_edge_count();
     for (int h = 0; h < end && mesh.points.size() < point_limit; ++h) {
         if (mesh.is_used(h) && h < mesh.twin(h) && ratio(h) > long_ratio && may_bisect(h)) {
-            field.add_point(bisect(h));
+            bisect(h);
         }
     }
 }
@@ -143,6 +143,9 @@ bool PatchRefiner::may_collapse(int h) const {
     }
     bool allowed = true;
     mesh.for_each_triangle(v, [&](int side) {
+        if (!allowed) {
+            return;
+        }
         const int a = mesh.target(side), b = mesh.apex(side);
         if (a == u || b == u) {
             // One of the two triangles that go; the one on a border edge has to stay.
@@ -176,15 +179,14 @@ void PatchRefiner::cut_chords() {
     // A split may move both halves of another chord to new places, at the end.
     for (int h = 0; h < mesh.half_edge_count(); ++h) {
         if (mesh.is_used(h) && mesh.is_chord(h)) {
-            field.add_point(bisect(h));
+            bisect(h);
         }
     }
 }
 
 void PatchRefiner::flip_edges() {
     EdgeFlipper flipper(mesh, mesh.borderCount() > 3);
-    flipper.suspect_all();
-    flipper.run();
+    flipper.run_on_all();
 }
 
 } // namespace Mesh_M::fill

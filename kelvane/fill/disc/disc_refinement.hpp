@@ -1,4 +1,4 @@
-// Inserts and removes inner points of a disc until its edges have the lengths of its size field.
+// Inserts and removes inner points of a disc until its edges have the wished lengths.
 #pragma once
 
 #include "kelvane/fill/disc/edge_flips.hpp"
@@ -8,11 +8,12 @@ namespace Mesh_M::fill {
 
 class PatchRefiner {
   public:
-    PatchRefiner(DiscMesh& mesh, SizeField& field);
+    explicit PatchRefiner(DiscMesh& mesh);
 
-    /// Brings a coarse triangulation down to the sizes.
-    void bisect_long_edges();
-    /// One pass each of the isotropic remeshing of a mesh that is nearly as wished.
+    /// Brings a coarse triangulation down to the sizes, which `field` gives to the new points.
+    void bisect_long_edges(SizeField& field);
+    /// One pass each of the isotropic remeshing of a mesh that is nearly as wished; a new point
+    /// gets the mean size of its edge.
     void split_long_edges();
     void collapse_short_edges();
     /// Delaunay flips all over the mesh that make no chord.
@@ -29,7 +30,6 @@ class PatchRefiner {
     bool may_collapse(int h) const;
 
     DiscMesh& mesh;
-    SizeField& field;
     std::size_t point_limit; ///< no more points than this, whatever the sizes ask for
 };
 

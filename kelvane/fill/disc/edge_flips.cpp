@@ -12,20 +12,18 @@ constexpr double delaunay_tolerance = 1e-10;
 /// flat as it was.
 constexpr double bend_limit = 0.5;
 
+/// Out of the plane the criterion does not decrease any measure with every flip, so that a bound on
+/// their number has to guarantee the end. Plane meshes stay far below it.
+std::size_t flip_budget(const DiscMesh& mesh) {
+    return 4 * static_cast<std::size_t>(mesh.half_edge_count()) + 64;
+}
+
 double bend_cosine(const Point& first, const Point& second) {
     const double lengths = std::sqrt(first.squaredNorm() * second.squaredNorm());
     return lengths > 0.0 ? first.dot(second) / lengths : -1.0;
 }
 
 } // namespace
-
-void EdgeFlipper::suspect_all() {
-    for (int h = mesh.half_edge_count() - 1; h >= 0; --h) {
-        if (mesh.is_used(h) && h < mesh.twin(h)) {
-            suspects.push_back(h);
-        }
-    }
-}
 
 bool EdgeFlipper::should_flip(int h) const {
     const int other = mesh.twin(h);
@@ -39,9 +37,13 @@ bool EdgeFlipper::should_flip(int h) const {
     const Point &a = mesh.points[mesh.origin(h)], &b = mesh.points[mesh.target(h)];
     const Point &c = mesh.points[ic], &d = mesh.points[id];
     const Point ca = a - c, cb = b - c, da = a - d, db = b - d;
+    const double dot_c = ca.dot(cb), dot_d = da.dot(db);
+    if (dot_c >= 0.0 && dot_d >= 0.0) { // no angle above 90 degrees: most edges
+        return false;
+    }
     const Point normal_c = ca.cross(cb), normal_d = db.cross(da);
     // sin(gamma + delta) of the two opposite angles, times the four edge lengths.
-    const double sine = normal_c.norm() * da.dot(db) + normal_d.norm() * ca.dot(cb);
+    const double sine = normal_c.norm() * dot_d + normal_d.norm() * dot_c;
     const double scale =
         (ca.squaredNorm() + cb.squaredNorm()) * (da.squaredNorm() + db.squaredNorm());
     if (sine >= -delaunay_tolerance * scale) {
@@ -54,9 +56,23 @@ bool EdgeFlipper::should_flip(int h) const {
 
 const std::vector<int>& EdgeFlipper::run() {
     flipped.clear();
-    // Out of the plane the criterion does not decrease any measure with every flip, so that a bound
-    // on their number has to guarantee the end. Plane meshes stay far below it.
-    std::size_t budget = 4 * static_cast<std::size_t>(mesh.half_edge_count()) + 64;
+    std::size_t budget = flip_budget(mesh);
+    work_off(budget);
+    return flipped;
+}
+
+void EdgeFlipper::run_on_all() {
+    flipped.clear();
+    std::size_t budget = flip_budget(mesh);
+    for (int h = 0; h < mesh.half_edge_count(); ++h) {
+        if (h < mesh.twin(h) && should_flip(h)) {
+            suspects.push_back(h);
+            work_off(budget);
+        }
+    }
+}
+
+void EdgeFlipper::work_off(std::size_t& budget) {
     while (!suspects.empty() && budget > 0) {
         const int h = suspects.back();
         suspects.pop_back();
@@ -72,7 +88,6 @@ const std::vector<int>& EdgeFlipper::run() {
         }
     }
     suspects.clear();
-    return flipped;
 }
 
 } // namespace Mesh_M::fill

@@ -15,12 +15,14 @@ class EdgeFlipper {
 
     /// Hands in one edge; takes effect with the next run.
     void suspect(int h) { suspects.push_back(h); }
-    void suspect_all();
     /// Works the edges off; returns those that were flipped (valid until the next run).
     const std::vector<int>& run();
+    /// Works off all edges of the mesh.
+    void run_on_all();
 
   private:
     bool should_flip(int h) const;
+    void work_off(std::size_t& budget);
 
     DiscMesh& mesh;
     bool avoid_chords;

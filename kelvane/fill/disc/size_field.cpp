@@ -1,5 +1,7 @@
 #include "kelvane/fill/disc/size_field.hpp"
 
+#include "kelvane/fill/disc/size_growth.hpp"
+
 #include <algorithm>
 #include <functional>
 #include <limits>
@@ -13,11 +15,6 @@ constexpr int smoothing_sweeps = 3;
 /// Greatest growth of the size per unit of length.
 constexpr double greatest_slope = 0.5;
 
-/// Depth, in mean border sizes, of the band that keeps the border's density, and growth behind it.
-/// A round border has to have about 130 edges before its middle lies deeper.
-constexpr double band_depth = 20.0;
-constexpr double coarsening_slope = 0.3;
-
 /// A border edge is long if it exceeds the sizes at its ends this many times; its middle then
 /// counts as another neighbour, this many times as much as a real one.
 constexpr double long_edge_ratio = 2.0;
@@ -30,11 +27,8 @@ SizeField::SizeField(DiscMesh& mesh, const std::vector<double>& border_sizes) : 
     for (const double size : border_sizes) {
         total += size;
     }
-    // No point of a patch of about the loop's own extent can lie deeper than a quarter of its
-    // length.
-    is_deep = mesh.borderCount() > 4 * band_depth;
-    coarsening_depth = band_depth * total / static_cast<double>(border_sizes.size());
-    base.assign(mesh.points.size(), total / static_cast<double>(border_sizes.size()));
+    mean_size = total / static_cast<double>(border_sizes.size());
+    base.assign(mesh.points.size(), mean_size);
     std::copy(border_sizes.begin(), border_sizes.end(), base.begin());
     depth.assign(mesh.points.size(), 0.0);
     limit_slopes();
@@ -42,8 +36,7 @@ SizeField::SizeField(DiscMesh& mesh, const std::vector<double>& border_sizes) : 
 }
 
 void SizeField::store(int point) {
-    mesh.sizes[point] =
-        base[point] + coarsening_slope * std::max(0.0, depth[point] - coarsening_depth);
+    mesh.sizes[point] = base[point] * growth_at(depth[point] / mean_size);
 }
 
 /// Mean of the neighbours' sizes, nearer ones counting more. A long border edge stands for what the
@@ -87,6 +80,9 @@ void SizeField::add_point(int point) {
 }
 
 void SizeField::update() {
+    base.insert(base.end(), mesh.sizes.begin() + static_cast<std::ptrdiff_t>(base.size()),
+                mesh.sizes.end());
+    depth.resize(mesh.points.size());
     for (int sweep = 0; sweep < smoothing_sweeps; ++sweep) {
         for (int point = mesh.borderCount(); point < mesh.point_count(); ++point) {
             if (mesh.is_alive(point)) {
@@ -95,9 +91,7 @@ void SizeField::update() {
         }
     }
     limit_slopes();
-    if (is_deep) {
-        measure_depths();
-    }
+    measure_depths();
     for (int point = 0; point < mesh.point_count(); ++point) {
         store(point);
     }

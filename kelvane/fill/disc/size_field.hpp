@@ -1,8 +1,8 @@
 // The edge length that a patch is to have at each of its points.
 //
-// On the border it is given by the border's own edges; inside it is interpolated smoothly and its
-// slope is bounded, so that triangles grow and shrink gradually. The middle of a very large patch
-// is let grow coarser: its shape is determined by nothing near, and points there cost most.
+// On the border it is given by the border's own edges; inside it is interpolated smoothly, its
+// slope is bounded, so that triangles grow and shrink gradually, and behind the rows at the border
+// it grows with the depth.
 #pragma once
 
 #include "kelvane/fill/disc/disc_mesh.hpp"
@@ -17,7 +17,8 @@ class SizeField {
     /// Sets the size of a new point from its neighbours.
     void add_point(int point);
 
-    /// Evens the sizes out over the mesh as it stands. Points that were removed keep theirs.
+    /// Evens the sizes out over the mesh as it stands, and learns of points that were put in
+    /// without add_point. Points that were removed keep theirs.
     void update();
 
   private:
@@ -27,8 +28,7 @@ class SizeField {
     void store(int point);
 
     DiscMesh& mesh;
-    double coarsening_depth;   ///< distance from the border from which sizes grow
-    bool is_deep;              ///< whether any point may lie deeper than that
+    double mean_size;          ///< of the border
     std::vector<double> base;  ///< interpolated border sizes
     std::vector<double> depth; ///< distance to the border along edges
 };

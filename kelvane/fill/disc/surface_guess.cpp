@@ -1,11 +1,10 @@
 #include "kelvane/fill/disc/surface_guess.hpp"
 
 #include <Eigen/Dense>
-#include <Eigen/SparseCholesky>
-#include <Eigen/SparseCore>
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace Mesh_M::fill {
 namespace {
@@ -20,6 +19,15 @@ constexpr double most_bulge =
     0.5; ///< height of the bulge over a round loop, relative to its radius
 constexpr double least_weight = 0.02; ///< of an edge in the Laplacian, which stays definite so
 
+/// Over-relaxation of the membrane (D. M. Young, 1954) with the factor for a disc of so many rings:
+/// the wave number is the first zero of a Bessel function over sqrt(2). Graded patches of any size
+/// have no more rings than most_rings. Heights are settled when a sweep changes none by more than
+/// this share of the loop's radius.
+constexpr double wave_number = 1.7;
+constexpr double most_rings = 40.0;
+constexpr int most_sweeps = 200;
+constexpr double settled = 1e-3;
+
 /// Deviation of the squared distances from the middle from what harmonic polynomials explain, times
 /// the number of points. A loop that was cut along the edges of a mesh has 2 to 5, a smooth one 0,
 /// and one that is no ring at all much more.
@@ -32,62 +40,57 @@ constexpr double most_raggedness = 20.0;
 /// distance from the surface falls to a tenth and less of what it is with the true height.
 constexpr double exaggeration = M_SQRT2;
 
-/// The patch in the plane of its loop's area vector, as multiples of the loop's mean radius; the
-/// loop comes first. Heights of inner points are still to be found.
+/// The points' places in the border's plane and their heights over it, in radii of the border. The
+/// border comes first; heights of inner points are still to be found.
 struct FlatPatch {
-    Point centre = Point::Zero(), axis_x, axis_y, normal;
-    double radius = 0.0;
-    double roundness = 0.0; ///< area of the loop relative to that of a circle of its radius
     int border = 0;
     Eigen::ArrayXd x, y, z;
 };
 
-FlatPatch flatten(const Patch& patch) {
-    FlatPatch flat;
-    flat.border = patch.borderCount;
-    for (int i = 0; i < flat.border; ++i) {
-        flat.centre += patch.points[i] / flat.border;
-    }
-    Point area = Point::Zero();
-    double squares = 0.0;
-    for (int i = 0; i < flat.border; ++i) {
-        const Point offset = patch.points[i] - flat.centre;
-        area += 0.5 * offset.cross(patch.points[(i + 1) % flat.border] - flat.centre);
-        squares += offset.squaredNorm() / flat.border;
-    }
-    flat.radius = std::sqrt(squares);
-    flat.roundness = area.norm() / (M_PI * squares);
-    flat.normal = area.normalized();
-    flat.axis_x = flat.normal.unitOrthogonal();
-    flat.axis_y = flat.normal.cross(flat.axis_x);
-    const Eigen::Index count = static_cast<Eigen::Index>(patch.points.size());
-    flat.x.resize(count);
-    flat.y.resize(count);
-    flat.z.resize(count);
+FlatPatch flatten(const DiscMesh& mesh, const BorderPlane& plane) {
+    const Eigen::Index count = mesh.point_count();
+    FlatPatch flat{mesh.borderCount(), Eigen::ArrayXd(count), Eigen::ArrayXd(count),
+                   Eigen::ArrayXd(count)};
     for (Eigen::Index i = 0; i < count; ++i) {
-        const Point offset = (patch.points[i] - flat.centre) / flat.radius;
-        flat.x[i] = offset.dot(flat.axis_x);
-        flat.y[i] = offset.dot(flat.axis_y);
-        flat.z[i] = offset.dot(flat.normal);
+        const Point place = plane.to_plane(mesh.points[i]) / plane.radius;
+        flat.x[i] = place.x();
+        flat.y[i] = place.y();
+        flat.z[i] = place.z();
     }
     return flat;
 }
 
+/// One row per point of the loop; sums over it are small and of bounded size, free of the heap.
+constexpr int most_terms = 1 + 2 * most_harmonics;
+using Basis = Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::RowMajor, Eigen::Dynamic,
+                            most_terms>;
+using BasisSquare =
+    Eigen::Matrix<double, Eigen::Dynamic, Eigen::Dynamic, Eigen::ColMajor, most_terms, most_terms>;
+using Coefficients = Eigen::Matrix<double, Eigen::Dynamic, 1, Eigen::ColMajor, most_terms, 1>;
+
 /// Values of the first harmonic polynomials at the loop's points: 1, Re (x + iy)^n, Im (x + iy)^n.
-Eigen::MatrixXd harmonic_basis(const FlatPatch& flat, int harmonics) {
-    const Eigen::ArrayXd x = flat.x.head(flat.border), y = flat.y.head(flat.border);
-    Eigen::MatrixXd basis(flat.border, 1 + 2 * harmonics);
-    Eigen::ArrayXd real = Eigen::ArrayXd::Ones(flat.border);
-    Eigen::ArrayXd imaginary = Eigen::ArrayXd::Zero(flat.border);
-    basis.col(0) = real;
-    for (int n = 1; n <= harmonics; ++n) {
-        const Eigen::ArrayXd previous = real;
-        real = previous * x - imaginary * y;
-        imaginary = previous * y + imaginary * x;
-        basis.col(2 * n - 1) = real;
-        basis.col(2 * n) = imaginary;
+Basis harmonic_basis(const FlatPatch& flat, int harmonics) {
+    Basis basis(flat.border, 1 + 2 * harmonics);
+    for (int i = 0; i < flat.border; ++i) {
+        double real = 1.0, imaginary = 0.0;
+        basis(i, 0) = real;
+        for (int n = 1; n <= harmonics; ++n) {
+            const double previous = real;
+            real = previous * flat.x[i] - imaginary * flat.y[i];
+            imaginary = previous * flat.y[i] + imaginary * flat.x[i];
+            basis(i, 2 * n - 1) = real;
+            basis(i, 2 * n) = imaginary;
+        }
     }
     return basis;
+}
+
+/// What a combination of the columns of `basis` leaves of `values`.
+Eigen::VectorXd residual(const Basis& basis, const Eigen::LLT<BasisSquare>& factors,
+                         const Eigen::VectorXd& values) {
+    const Coefficients products = basis.transpose().lazyProduct(values);
+    const Coefficients coefficients = factors.solve(products);
+    return values - basis.lazyProduct(coefficients);
 }
 
 /// The factor c of c (x^2 + y^2) in a least-squares fit of the loop's heights by this paraboloid
@@ -96,14 +99,12 @@ Eigen::MatrixXd harmonic_basis(const FlatPatch& flat, int harmonics) {
 /// lowered as its variance asks for.
 double fit_paraboloid(const FlatPatch& flat) {
     const int harmonics = std::min(most_harmonics, (flat.border - 2) / 6);
-    const Eigen::MatrixXd basis = harmonic_basis(flat, harmonics);
-    const Eigen::HouseholderQR<Eigen::MatrixXd> factors(basis);
-    const Eigen::MatrixXd span =
-        factors.householderQ() * Eigen::MatrixXd::Identity(flat.border, basis.cols());
-    Eigen::VectorXd square = (flat.x.square() + flat.y.square()).head(flat.border);
-    square -= span * (span.transpose() * square);
-    Eigen::VectorXd height = flat.z.head(flat.border);
-    height -= span * (span.transpose() * height);
+    const Basis basis = harmonic_basis(flat, harmonics);
+    // The polynomials are nearly orthogonal on a roundish loop, so that normal equations do.
+    const Eigen::LLT<BasisSquare> factors(basis.transpose().lazyProduct(basis));
+    const Eigen::VectorXd square =
+        residual(basis, factors, (flat.x.square() + flat.y.square()).head(flat.border));
+    const Eigen::VectorXd height = residual(basis, factors, flat.z.head(flat.border));
     const double spread = square.squaredNorm();
     const double raggedness = std::sqrt(spread * flat.border);
     if (!(raggedness > least_raggedness && raggedness < most_raggedness)) {
@@ -116,66 +117,97 @@ double fit_paraboloid(const FlatPatch& flat) {
     return kept * factor > 0.0 ? std::clamp(kept, -most_bulge, most_bulge) : 0.0;
 }
 
-/// Gives `values` at the inner points the harmonic continuation of those on the border: linear
-/// elements, the cotangent Laplacian in the loop's plane. False if the system has no solution.
-bool continue_harmonically(const Patch& patch, const FlatPatch& flat, Eigen::ArrayXd& values) {
-    const Eigen::Index count = values.size() - flat.border;
-    std::vector<Eigen::Triplet<double>> entries;
-    entries.reserve(9 * patch.triangles.size());
-    Eigen::VectorXd load = Eigen::VectorXd::Zero(count);
-    for (const Triangle& triangle : patch.triangles) {
-        for (int i = 0; i < 3; ++i) {
-            const int a = triangle[i], b = triangle[(i + 1) % 3], apex = triangle[(i + 2) % 3];
+/// The equations of a membrane: each height is a weighted mean of its neighbours'. Linear elements,
+/// the cotangent Laplacian in the loop's plane.
+class Membrane {
+  public:
+    Membrane(const DiscMesh& mesh, const FlatPatch& flat);
+
+    /// Gives `values` at the inner points the harmonic continuation of those on the border, from
+    /// where they are.
+    void relax(Eigen::ArrayXd& values) const;
+
+  private:
+    struct Row {
+        int point;
+        int end; ///< of its terms, which begin where those of the row before end
+    };
+    struct Term {
+        int neighbour;
+        double share; ///< of the neighbour in the mean
+    };
+    std::vector<Row> rows;
+    std::vector<Term> terms;
+};
+
+Membrane::Membrane(const DiscMesh& mesh, const FlatPatch& flat) {
+    std::vector<double> weights(static_cast<std::size_t>(mesh.half_edge_count()), 0.0);
+    for (int h = 0; h < mesh.half_edge_count(); ++h) {
+        if (mesh.is_used(h)) {
+            const int a = mesh.origin(h), b = mesh.target(h), apex = mesh.apex(h);
             const double ax = flat.x[a] - flat.x[apex], ay = flat.y[a] - flat.y[apex];
             const double bx = flat.x[b] - flat.x[apex], by = flat.y[b] - flat.y[apex];
             const double cotangent = (ax * bx + ay * by) / (ax * by - ay * bx);
-            const double weight = std::min(std::max(least_weight, cotangent), 1.0 / least_weight);
-            for (const auto& [inner, other] : {std::pair(a, b), std::pair(b, a)}) {
-                const int row = inner - flat.border, column = other - flat.border;
-                if (row < 0) {
-                    continue;
-                }
-                entries.emplace_back(row, row, weight);
-                if (column < 0) {
-                    load[row] += weight * values[other];
-                } else if (column < row) {
-                    entries.emplace_back(row, column, -weight);
-                }
-            }
+            weights[h] = std::min(std::max(least_weight, cotangent), 1.0 / least_weight);
         }
     }
-    Eigen::SparseMatrix<double> laplacian(count, count);
-    laplacian.setFromTriplets(entries.begin(), entries.end());
-    const Eigen::SimplicialLLT<Eigen::SparseMatrix<double>> solver(laplacian);
-    if (solver.info() != Eigen::Success) {
-        return false;
+    rows.reserve(mesh.points.size());
+    terms.reserve(weights.size());
+    for (int point = mesh.borderCount(); point < mesh.point_count(); ++point) {
+        if (!mesh.is_alive(point)) {
+            continue;
+        }
+        const std::size_t first = terms.size();
+        double total = 0.0;
+        mesh.for_each_triangle(point, [&](int h) {
+            const double weight = weights[h] + weights[mesh.twin(h)];
+            terms.push_back({mesh.target(h), weight});
+            total += weight;
+        });
+        for (std::size_t i = first; i < terms.size(); ++i) {
+            terms[i].share /= total;
+        }
+        rows.push_back({point, static_cast<int>(terms.size())});
     }
-    values.tail(count) = solver.solve(load).array();
-    return true;
+}
+
+void Membrane::relax(Eigen::ArrayXd& values) const {
+    const double rings = std::min(most_rings, std::sqrt(static_cast<double>(rows.size()) / M_PI));
+    const double factor = 2.0 / (1.0 + wave_number / (wave_number + rings));
+    double change = std::numeric_limits<double>::max();
+    for (int sweep = 0; sweep < most_sweeps && change > settled; ++sweep) {
+        change = 0.0;
+        int term = 0;
+        for (const Row& row : rows) {
+            double mean = 0.0;
+            for (; term < row.end; ++term) {
+                mean += terms[term].share * values[terms[term].neighbour];
+            }
+            const double step = factor * (mean - values[row.point]);
+            values[row.point] += step;
+            change = std::max(change, std::abs(step));
+        }
+    }
 }
 
 } // namespace
 
-void guess_surface(Patch& patch) {
-    if (patch.borderCount < fewest_points || patch.borderCount > most_points) {
+void guess_surface(DiscMesh& mesh, const BorderPlane& plane) {
+    if (mesh.borderCount() < fewest_points || !(plane.roundness > least_roundness)) {
         return;
     }
-    const FlatPatch flat = flatten(patch);
-    if (!(flat.roundness > least_roundness) ||
-        !(flat.z.head(flat.border).square().mean() < most_height * most_height)) {
+    const FlatPatch flat = flatten(mesh, plane);
+    if (!(flat.z.head(flat.border).square().mean() < most_height * most_height)) {
         return;
     }
-    const Eigen::ArrayXd paraboloid =
-        exaggeration * fit_paraboloid(flat) * (flat.x.square() + flat.y.square());
-    Eigen::ArrayXd heights = flat.z - paraboloid;
-    if (!continue_harmonically(patch, flat, heights)) {
-        return;
-    }
-    heights += paraboloid - flat.z;
-    if (heights.allFinite()) {
-        for (Eigen::Index i = flat.border; i < heights.size(); ++i) {
-            patch.points[i] += heights[i] * flat.radius * flat.normal;
-        }
+    const double bulge =
+        mesh.borderCount() > most_points ? 0.0 : exaggeration * fit_paraboloid(flat);
+    const Eigen::ArrayXd paraboloid = bulge * (flat.x.square() + flat.y.square() - 1.0);
+    Eigen::ArrayXd heights = flat.z;
+    heights.head(flat.border) -= paraboloid.head(flat.border);
+    Membrane(mesh, flat).relax(heights);
+    for (Eigen::Index i = flat.border; i < heights.size(); ++i) {
+        mesh.points[i] += (heights[i] + paraboloid[i] - flat.z[i]) * plane.radius * plane.normal;
     }
 }
 
