@@ -212,7 +212,7 @@ MarkedScan large_panel(int faces, int markers, const AnalyticOptions& options) {
     std::vector<MarkerPlace> places;
     for (int m = 0; m < markers; ++m) {
         places.push_back({side * ((m % columns + 0.5) / columns - 0.5),
-                          side * ((m / columns + 0.5) / rows - 0.5), 2.5});
+                          side * ((m / columns + 0.5) / rows - 0.5), options.radius});
     }
     return make_scan("panel", wave_surface(side, side), places, options);
 }

@@ -11,6 +11,7 @@ struct AnalyticOptions {
     double edge = 0.7;  ///< mean edge length aimed at
     double noise = 0.0; ///< standard deviation along the normal
     double margin = 1.0;
+    double radius = 2.5; ///< of the markers on a panel
 };
 
 /// Sphere of radius 25, torus of radii 40 and 16, open cylinder of radius 25, saddle and wavy
@@ -19,7 +20,7 @@ struct AnalyticOptions {
 std::vector<MarkedScan> analytic_scans(const AnalyticOptions& options);
 
 /// A wavy panel of about `faces` faces, as nearly square as its waves allow, with `markers` markers
-/// of radius 2.5 spread evenly over it, none near the rim.
+/// spread evenly over it, none near the rim.
 MarkedScan large_panel(int faces, int markers, const AnalyticOptions& options);
 
 } // namespace KVN::bench

@@ -5,6 +5,7 @@
 #include "stopwatch.hpp"
 
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
+#include <CGAL/Polygon_mesh_processing/fair.h>
 #include <CGAL/Polygon_mesh_processing/triangulate_hole.h>
 #include <CGAL/Surface_mesh.h>
 
@@ -67,19 +68,23 @@ PeerResult fill_with_peer(const RepairedMesh& cut, const std::vector<HoleBorder>
     Stopwatch watch;
     PeerMesh mesh = peer_mesh(cut.mesh, result.refused_faces);
     result.build_seconds = watch.seconds();
-    std::vector<PeerMesh::Face_index> faces;
-    std::vector<PeerMesh::Vertex_index> vertices;
     for (const HoleBorder& border : borders) {
         for (const auto& edge : border) {
             const auto h = border_halfedge(mesh, edge);
             if (h == PeerMesh::null_halfedge()) {
                 continue; // filled by way of an earlier edge
             }
+            // The two steps of triangulate_refine_and_fair_hole, so as to time them apart.
+            namespace pmp = CGAL::Polygon_mesh_processing;
+            std::vector<PeerMesh::Face_index> faces;
+            std::vector<PeerMesh::Vertex_index> vertices;
             watch.restart();
-            const auto outcome = CGAL::Polygon_mesh_processing::triangulate_refine_and_fair_hole(
-                mesh, h, std::back_inserter(faces), std::back_inserter(vertices));
+            pmp::triangulate_and_refine_hole(mesh, h, std::back_inserter(faces),
+                                             std::back_inserter(vertices));
+            result.refine_seconds += watch.seconds();
+            const bool fair = pmp::fair(mesh, vertices);
             result.fill_seconds += watch.seconds();
-            if (!std::get<0>(outcome)) {
+            if (!fair) {
                 break;
             }
             ++result.filled;

@@ -19,7 +19,8 @@ struct PeerResult {
     int filled = 0;        ///< holes that the peer reports as filled
     int refused_faces = 0; ///< faces of the cut mesh that the peer's mesh cannot hold
     double build_seconds = 0;
-    double fill_seconds = 0; ///< all holes, one after another
+    double fill_seconds = 0;   ///< all holes, one after another
+    double refine_seconds = 0; ///< of that, triangulation and refinement; the rest is fairing
 };
 
 /// Builds CGAL's Surface_mesh of `cut` and fills the holes at `borders`, one after another, by
