@@ -22,27 +22,40 @@ constexpr int coarse_count = 160; ///< points of the coarse loop of a longer one
 /// Dihedral angles whose cosine is nearer to 1 than this count as flat: among nearly flat choices
 /// the area decides, not the noise of the scan.
 constexpr double flat_tolerance = 1e-4;
-constexpr double folded_angle = 2.0;     ///< 1 - cos of a triangle folded back onto its neighbour
-constexpr double degenerate_angle = 3.0; ///< worse than any fold
+constexpr double degenerate_angle = 3.0; ///< worse than a fold, which has 1 - cos = 2
 
-/// The best triangulation of the chain from point i to point j.
+/// What the best triangulation of the chain from point i to point j weighs.
 struct ChainWeight {
-    double angle = 0.0;           ///< largest 1 - cos(dihedral angle) inside
-    double area = 0.0;            ///< twice the total area
-    Point normal = Point::Zero(); ///< unit normal of the triangle on the chord; zero for an edge
-    int apex = -1;                ///< that triangle's third point
+    double angle = 0.0; ///< largest 1 - cos(dihedral angle) inside
+    double area = 0.0;  ///< twice the total area
+
+    bool operator<(const ChainWeight& other) const {
+        return angle != other.angle ? angle < other.angle : area < other.area;
+    }
 };
 
-/// Table of chains, kept in both index orders so that the inner loop runs along rows.
+/// The triangle of that triangulation on the chord.
+struct ChordTriangle {
+    Point normal = Point::Zero(); ///< unit normal; zero for an edge
+    int apex = -1;                ///< its third point
+};
+
+/// Table of chains. The weights are kept in both index orders, so that the inner loop runs along
+/// rows of nothing else.
 class ChainTable {
   public:
-    explicit ChainTable(int count) : count(count), by_start(cells()), by_end(cells()) {}
+    explicit ChainTable(int count)
+        : count(count), by_start(cells()), by_end(cells()), triangles(cells()) {}
 
     const ChainWeight* from(int start) const { return by_start.data() + offset(start); }
     const ChainWeight* up_to(int end) const { return by_end.data() + offset(end); }
-    void set(int start, int end, const ChainWeight& weight) {
+    const ChordTriangle& triangle(int start, int end) const {
+        return triangles[offset(start) + end];
+    }
+    void set(int start, int end, const ChainWeight& weight, const ChordTriangle& triangle) {
         by_start[offset(start) + end] = weight;
         by_end[offset(end) + start] = weight;
+        triangles[offset(start) + end] = triangle;
     }
 
   private:
@@ -52,42 +65,45 @@ class ChainTable {
     int count;
     std::vector<ChainWeight> by_start;
     std::vector<ChainWeight> by_end;
+    std::vector<ChordTriangle> triangles;
 };
 
-double turn(const Point& normal, const ChainWeight& neighbour) {
+double turn(const Point& normal, const ChordTriangle& neighbour) {
     const double angle = 1.0 - normal.dot(neighbour.normal);
     return angle < flat_tolerance ? 0.0 : angle;
 }
 
-ChainWeight best_triangle(const ChainTable& table, const std::vector<Point>& points, int i, int j,
-                          double zero_area) {
-    ChainWeight best;
-    best.angle = std::numeric_limits<double>::infinity();
-    best.area = best.angle;
+void enter_best_triangle(ChainTable& table, const std::vector<Point>& points, int i, int j,
+                         double zero_area) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    ChainWeight best{infinity, infinity};
+    ChordTriangle best_triangle;
     const ChainWeight* left = table.from(i);
     const ChainWeight* right = table.up_to(j);
     const Point chord = points[j] - points[i];
     for (int m = i + 1; m < j; ++m) {
-        double angle = std::max(left[m].angle, right[m].angle);
-        const double inner = left[m].area + right[m].area;
-        if (angle > best.angle || (angle == best.angle && inner >= best.area)) {
+        ChainWeight weight{std::max(left[m].angle, right[m].angle), left[m].area + right[m].area};
+        if (!(weight < best)) {
             continue;
         }
         Point normal = (points[m] - points[i]).cross(chord);
         const double area = normal.norm();
+        weight.area += area;
         if (area > zero_area) {
             normal /= area;
-            angle = m > i + 1 ? std::max(angle, turn(normal, left[m])) : angle;
-            angle = m < j - 1 ? std::max(angle, turn(normal, right[m])) : angle;
+            const double left_turn = m > i + 1 ? turn(normal, table.triangle(i, m)) : 0.0;
+            const double right_turn = m < j - 1 ? turn(normal, table.triangle(m, j)) : 0.0;
+            weight.angle = std::max({weight.angle, left_turn, right_turn});
         } else {
             normal.setZero();
-            angle = degenerate_angle;
+            weight.angle = degenerate_angle;
         }
-        if (angle < best.angle || (angle == best.angle && inner + area < best.area)) {
-            best = {angle, inner + area, normal, m};
+        if (weight < best) {
+            best = weight;
+            best_triangle = {normal, m};
         }
     }
-    return best;
+    table.set(i, j, best, best_triangle);
 }
 
 /// Triangulates a chain closed by the chord from its last to its first point.
@@ -107,7 +123,7 @@ void triangulate_directly(const std::vector<Point>& border, const std::vector<in
     ChainTable table(n);
     for (int length = 2; length < n; ++length) {
         for (int i = 0; i + length < n; ++i) {
-            table.set(i, i + length, best_triangle(table, points, i, i + length, zero_area));
+            enter_best_triangle(table, points, i, i + length, zero_area);
         }
     }
     std::vector<std::pair<int, int>> open{{0, n - 1}};
@@ -117,7 +133,7 @@ void triangulate_directly(const std::vector<Point>& border, const std::vector<in
         if (j - i < 2) {
             continue;
         }
-        const int m = table.from(i)[j].apex;
+        const int m = table.triangle(i, j).apex;
         triangles.push_back({chain[i], chain[m], chain[j]});
         open.push_back({m, j});
         open.push_back({i, m});
