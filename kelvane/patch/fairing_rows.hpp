@@ -2,57 +2,60 @@
 #pragma once
 
 #include "kelvane/kernel/mesh_kernel.hpp"
+#include "kelvane/patch/vertex_numbers.hpp"
 
-#include <functional>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
 namespace KVN {
 
 /// Expands (L (L u))(r) for the free vertices r of a patch. L at a vertex i is
-/// w(i) * sum over its edges e of g(e) * (u(i) - u(j(e))), w(i) = 0.5 / area(i).
+/// w(i) * sum over its edges e of g(e) * (u(i) - u(j(e))), w(i) = 0.5 / mixed_area(i) and
+/// g = edge_weight.
 ///
 /// The terms are formed and summed in the order of the plain recursion (PatchFairing::computeRow),
-/// so that every sum has the same bits; but areas and weights are evaluated once per vertex, and
-/// the terms of a row meet in a flat array. Reads the mesh only.
+/// so that every sum has the same bits; but every area and every weight is evaluated once, and the
+/// terms of a row meet in a flat array. Reads the mesh only.
 class FairingRows {
   public:
-    /// `free` gives the unknowns in the order of their numbers, each once. `area` and `weight`
-    /// evaluate one vertex and one edge.
-    FairingRows(const std::vector<Mesh_R::_vert*>& free,
-                const std::function<double(const Mesh_R::_vert*)>& area,
-                const std::function<double(const Mesh_R::_edge*)>& weight);
+    /// `free` gives the unknowns in the order of their numbers.
+    explicit FairingRows(const std::vector<Mesh_R::_vert*>& free);
 
-    /// Row of unknown `row`: its matrix entries (column, value) by ascending column, each column
-    /// once, into `entries`; the terms of fixed vertices, moved to the right, into `right` (x, y,
-    /// z).
+    /// False when `free` named a vertex twice; nothing may be expanded then.
+    bool distinct() const { return distinct_; }
+
+    /// Row of unknown `row`: its matrix entries (column, value), each column once, in the order in
+    /// which the columns were met, into `entries`; the terms of fixed vertices, moved to the
+    /// right, are added to `right` (x, y, z).
     void expand(int row, std::vector<std::pair<int, double>>& entries, double (&right)[3]);
 
   private:
     /// A vertex with its operator L.
     struct Stencil {
-        double scale = 0.0;      ///< w
-        double weight_sum = 0.0; ///< sum of g
-        int first = 0;           ///< of its entries in neighbours_
-        int count = 0;
+        double scale;      ///< w
+        double weight_sum; ///< sum of g
+        int first;         ///< of its entries in neighbours_
+        int end;           ///< one past the last
     };
     struct Neighbour {
-        int vertex; ///< local number
+        const Mesh_R::_edge* edge;
+        int vertex; ///< its number
         double weight;
     };
 
-    int number_of(Mesh_R::_vert* v);
-    void add_term(int vertex, double factor, double (&right)[3]);
+    void add_stencil(int vertex);
+    double weight_towards(int vertex, const Mesh_R::_edge* e) const;
+    void apply(int vertex, double factor, std::vector<std::pair<int, double>>& entries,
+               double (&right)[3]);
+    void add_term(int vertex, double factor, std::vector<std::pair<int, double>>& entries,
+                  double (&right)[3]);
 
     int unknowns_;
-    std::vector<Mesh_R::_vert*> vertices_; ///< free ones first, then what their stencils reach
-    std::unordered_map<const Mesh_R::_vert*, int> numbers_;
+    bool distinct_;
+    VertexNumbers numbers_;         ///< free vertices first, then what their stencils reach
     std::vector<Stencil> stencils_; ///< of the free vertices and their neighbours
     std::vector<Neighbour> neighbours_;
-    std::vector<double> sums_;  ///< per unknown, of the row being expanded
-    std::vector<char> touched_; ///< per unknown
-    std::vector<int> columns_;  ///< touched unknowns of the row
+    std::vector<int> entry_of_; ///< per unknown: its entry in the row being expanded, or -1
 };
 
 } // namespace KVN

@@ -2,6 +2,7 @@
 #include "kelvane/patch/patch_fairing.hpp"
 
 #include "kelvane/kernel/record_words.hpp"
+#include "kelvane/patch/cotangent_weights.hpp"
 #include "kelvane/patch/fairing_rows.hpp"
 
 #include <Eigen/OrderingMethods>
@@ -11,59 +12,11 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
-#include <limits>
-#include <set>
 #include <utility>
 
 namespace KVN {
 
 namespace {
-
-constexpr double cotangent_limit = 19.1; // cotangent of 3 degrees
-constexpr double smallest_normal = std::numeric_limits<double>::min();
-
-double clamped(double cotangent) {
-    return std::min(std::max(cotangent, -cotangent_limit), cotangent_limit);
-}
-
-// A difference of two positions, in single precision.
-using Vector = MemS::Point3v<float>;
-
-Vector operator-(const Vector& a, const Vector& b) {
-    return {a.x - b.x, a.y - b.y, a.z - b.z};
-}
-
-double dot(const Vector& a, const Vector& b) {
-    return static_cast<double>(a.x) * b.x + static_cast<double>(a.y) * b.y +
-           static_cast<double>(a.z) * b.z;
-}
-
-// Length of the cross product: components in single precision, length in double.
-double cross_length(const Vector& a, const Vector& b) {
-    const Vector c(a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x);
-    return std::sqrt(dot(c, c));
-}
-
-// The share of a triangle's area that goes to its corner `v`, with p and q the two others.
-double area_share(const _vert* v, const _vert* p, const _vert* q) {
-    const Vector a = p->pos - v->pos;
-    const Vector b = q->pos - v->pos;
-    const Vector c = q->pos - p->pos;
-    const double s = cross_length(a, b); // twice the triangle's area
-    if (!(s > smallest_normal)) {
-        return 0.0;
-    }
-    const double dv = dot(a, b);
-    const double dp = -dot(a, c);
-    const double dq = dot(b, c);
-    if (dv < 0.0) {
-        return 0.25 * s;
-    }
-    if (dp < 0.0 || dq < 0.0) {
-        return 0.125 * s;
-    }
-    return 0.125 * (dot(a, a) * clamped(dq / s) + dot(b, b) * clamped(dp / s));
-}
 
 // Store order: the same on every run, which the order of addresses is not.
 struct StoreOrder {
@@ -73,29 +26,43 @@ struct StoreOrder {
 };
 
 using Coordinates = Eigen::Matrix<double, Eigen::Dynamic, 3>;
+using RowMatrix = Eigen::SparseMatrix<double, Eigen::RowMajor>;
 
 enum class SystemOutcome { solved, infinite_entry, singular };
+
+// Fills the matrix row by row. False when an entry is infinite.
+bool set_up_system(FairingRows& rows, RowMatrix& matrix, Coordinates& right) {
+    constexpr Eigen::Index entries_per_row = 20; // 19 in a regular triangulation
+    matrix.reserve(entries_per_row * matrix.rows());
+    std::vector<std::pair<int, double>> entries;
+    for (int row = 0; row < static_cast<int>(matrix.rows()); ++row) {
+        double terms[3] = {0.0, 0.0, 0.0};
+        rows.expand(row, entries, terms);
+        right.row(row) << terms[0], terms[1], terms[2];
+        matrix.startVec(row);
+        for (const auto& [column, value] : entries) {
+            if (std::isinf(value)) {
+                return false;
+            }
+            matrix.insertBackByOuterInnerUnordered(row, column) = value;
+        }
+    }
+    matrix.finalize();
+    return true;
+}
 
 // Solves for all three coordinates with one factorisation. The rows carry their own areas, so the
 // matrix is not symmetric.
 SystemOutcome solve_system(FairingRows& rows, int unknowns, Coordinates& positions) {
-    std::vector<Eigen::Triplet<double>> triplets;
-    std::vector<std::pair<int, double>> entries;
     Coordinates right(unknowns, 3);
-    for (int row = 0; row < unknowns; ++row) {
-        double terms[3] = {0.0, 0.0, 0.0};
-        rows.expand(row, entries, terms);
-        right.row(row) << terms[0], terms[1], terms[2];
-        for (const auto& [column, value] : entries) {
-            if (std::isinf(value)) {
-                return SystemOutcome::infinite_entry;
-            }
-            triplets.emplace_back(row, column, value);
-        }
-    }
     Eigen::SparseMatrix<double> matrix(unknowns, unknowns);
-    matrix.setFromTriplets(triplets.begin(), triplets.end());
-    matrix.makeCompressed();
+    {
+        RowMatrix by_rows(unknowns, unknowns);
+        if (!set_up_system(rows, by_rows, right)) {
+            return SystemOutcome::infinite_entry;
+        }
+        matrix = by_rows; // sorts each column
+    }
     Eigen::SparseLU<Eigen::SparseMatrix<double>, Eigen::COLAMDOrdering<int>> solver;
     solver.analyzePattern(matrix);
     solver.factorize(matrix);
@@ -113,40 +80,11 @@ PatchFairing::PatchFairing(Mesh* mesh_, const MyOFFDataNew& patch_,
     : mesh(mesh_), patch(&patch_), vertices(&vertices_), sizeAdjustable(sizeAdjustable_) {}
 
 double PatchFairing::edgeWeight(const _edge* e) {
-    double sum = 0.0;
-    for (int i = 0; i < e->faceCount; ++i) {
-        const _face* f = e->faces[i];
-        const _vert* w = f->verts[2];
-        for (int k = 1; k >= 0; --k) {
-            if (!Mesh_R::is_end(e, f->verts[k])) {
-                w = f->verts[k];
-            }
-        }
-        const Vector p = e->end->pos - w->pos;
-        const Vector q = e->start->pos - w->pos;
-        const double s = cross_length(p, q);
-        if (s > smallest_normal) {
-            sum += clamped(dot(p, q) / s);
-        }
-    }
-    return sum;
+    return edge_weight(e);
 }
 
 double PatchFairing::mixedArea(const _vert* v) {
-    if (v->faceCount < 2) {
-        return 0.0;
-    }
-    double area = 0.0;
-    for (int i = 0; i < v->faceCount; ++i) {
-        _vert* const* corners = v->faces[i]->verts;
-        for (int k = 0; k < 3; ++k) {
-            if (corners[k] == v) {
-                area += area_share(v, corners[(k + 1) % 3], corners[(k + 2) % 3]);
-                break;
-            }
-        }
-    }
-    return area;
+    return mixed_area(v);
 }
 
 void PatchFairing::computeRow(_vert* v, int row, double& bx, double& by, double& bz,
@@ -185,17 +123,19 @@ int PatchFairing::fair() {
 
 int PatchFairing::solve() {
     solution.clear();
-    std::set<_vert*, StoreOrder> distinct;
+    std::vector<_vert*> free;
     for (std::size_t k = patch->freeStart; k < patch->points.size(); ++k) {
-        distinct.insert((*vertices)[k]);
+        free.push_back((*vertices)[k]);
     }
-    if (distinct.empty()) {
+    if (free.empty()) {
         return 0;
     }
-    const std::vector<_vert*> free(distinct.begin(), distinct.end());
-    FairingRows rows(
-        free, [this](const _vert* v) { return mixedArea(v); },
-        [this](const _edge* e) { return edgeWeight(e); });
+    std::sort(free.begin(), free.end(), StoreOrder());
+    free.erase(std::unique(free.begin(), free.end()), free.end());
+    FairingRows rows(free);
+    if (!rows.distinct()) {
+        return -1; // two numbers for one vertex, which only a broken order could bring about
+    }
     Coordinates positions;
     const SystemOutcome outcome = solve_system(rows, static_cast<int>(free.size()), positions);
     if (outcome == SystemOutcome::infinite_entry) {
@@ -206,7 +146,7 @@ int PatchFairing::solve() {
         solution.reserve(free.size());
         for (std::size_t i = 0; i < free.size(); ++i) {
             const auto p = positions.row(static_cast<Eigen::Index>(i)).cast<float>();
-            solution.emplace_back(free[i], Vector(p[0], p[1], p[2]));
+            solution.emplace_back(free[i], MemS::Point3v<float>(p[0], p[1], p[2]));
         }
     }
     return 0;
