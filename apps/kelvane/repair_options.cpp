@@ -14,6 +14,10 @@ void add_cut_options(CLI::App& command, RepairOptions& options) {
                      "Cut also what faces away by up to 135 degrees near a marker's plane, and "
                      "let --resolution enlarge the marker size");
     command.add_option("--resolution", options.resolution, "Mean point distance of the scan");
+    command.add_flag("--flat-only", options.flat_only,
+                     "Take all markers for flat: leave alone what stands on the surface");
+    command.add_option("--body-height", options.body_height,
+                       "How far over its place a raised marker is looked for (8 radii)");
     std::vector<std::string> names;
     std::string help;
     for (const MethodInfo& info : methods()) {

@@ -139,6 +139,9 @@ void check_repair_arguments(const std::vector<Marker>& markers, const RepairOpti
     if (options.resolution && !(std::isfinite(*options.resolution) && *options.resolution > 0)) {
         throw InputError("the resolution must be a finite length above 0");
     }
+    if (options.body_height && !(std::isfinite(*options.body_height) && *options.body_height > 0)) {
+        throw InputError("the body height must be a finite length above 0");
+    }
     if (options.threads < 0) {
         throw InputError("the number of threads must be 0 or more");
     }
@@ -157,15 +160,26 @@ const char* to_string(Outcome outcome) {
                                      "no_vertex_within_reach",
                                      "all_facing_away",
                                      "no_border_found",
-                                     "not_filled"};
+                                     "not_filled",
+                                     "body_not_bounded",
+                                     "edges_left_open",
+                                     "part_left",
+                                     "body_left"};
     return names[static_cast<int>(outcome)];
 }
 
 const char* describe(Outcome outcome) {
-    constexpr const char* words[] = {"repaired as a loop",          "repaired as an open chain",
-                                     "repaired with a neighbour",   "no vertex within reach",
-                                     "out of plane or facing away", "cut, but no border was found",
-                                     "cut, but not filled"};
+    constexpr const char* words[] = {"repaired as a loop",
+                                     "repaired as an open chain",
+                                     "repaired with a neighbour",
+                                     "no vertex within reach",
+                                     "out of plane or facing away",
+                                     "cut, but no border was found",
+                                     "cut, but not filled",
+                                     "raised, and its foot was not found",
+                                     "filled, but edges are left open",
+                                     "filled, but a loose piece is left over it",
+                                     "filled, but a body still stands there"};
     return words[static_cast<int>(outcome)];
 }
 

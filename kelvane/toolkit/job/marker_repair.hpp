@@ -12,6 +12,7 @@
 #include "kelvane/export.hpp"
 #include "kelvane/kernel/mesh_build.hpp"
 #include "kelvane/repair/repair_markers.hpp"
+#include "kelvane/toolkit/bodies/body_report.hpp"
 #include "kelvane/toolkit/job/methods.hpp"
 #include "kelvane/toolkit/job/progress.hpp"
 #include "kelvane/toolkit/scan/scan.hpp"
@@ -38,6 +39,11 @@ struct RepairOptions {
     /// Threads of the parallel stages. 0: as many as the OpenMP runtime gives. The result is the
     /// same.
     int threads = 0;
+    /// Takes all markers for flat: bodies that stand on the surface are left alone.
+    bool flat_only = false;
+    /// How far above and below its plane a marker's body is looked for; in the mesh's unit, above
+    /// 0. None: eight times its radius.
+    std::optional<double> body_height;
 };
 
 /// What became of a marker.
@@ -46,9 +52,13 @@ enum class Outcome {
     repaired_chain,          ///< on the rim: its open border was closed along a chain and filled
     repaired_with_neighbour, ///< its cut ran together with that of another marker and was filled so
     no_vertex_within_reach,  ///< no vertex within radius and margin: nothing was cut
-    all_facing_away, ///< vertices, but too far from its plane or facing away: nothing was cut
-    no_border_found, ///< cut out, but no border of a hole was found: its place is open
-    not_filled,      ///< cut out, border found, but it could not be filled: its place is open
+    all_facing_away,  ///< vertices, but too far from its plane or facing away: nothing was cut
+    no_border_found,  ///< cut out, but no border of a hole was found: its place is open
+    not_filled,       ///< cut out, border found, but it could not be filled: its place is open
+    body_not_bounded, ///< something stands there, but its foot was not found
+    edges_left_open,  ///< filled, but edges that were opened are still open
+    part_left,        ///< filled, but a loose piece of surface is left over the place
+    body_left,        ///< filled, but a body, or its foot, still stands on the place
 };
 
 /// The name as it stands above, e.g. "repaired_loop", for reports that programs read.
@@ -67,6 +77,7 @@ struct MarkerReport {
     int new_faces = 0;
     /// Where no border was found, what stood against the boundary that came nearest, in words.
     std::string search;
+    TakenBody body; ///< what was taken beyond the cut
 };
 
 /// The time that a stage took.

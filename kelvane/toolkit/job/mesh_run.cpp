@@ -1,5 +1,6 @@
 #include "kelvane/toolkit/job/mesh_run.hpp"
 
+#include "kelvane/toolkit/bodies/place_look.hpp"
 #include "kelvane/toolkit/job/patch_soundness.hpp"
 #include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/report/border_words.hpp"
@@ -29,6 +30,30 @@ Outcome outcome_of(const HoleNote& hole, bool own) {
     return hole.is_chain ? Outcome::repaired_chain : Outcome::repaired_loop;
 }
 
+Outcome outcome_of(PlaceFault fault, Outcome repaired) {
+    switch (fault) {
+    case PlaceFault::none:
+        break;
+    case PlaceFault::open_edges:
+        return Outcome::edges_left_open;
+    case PlaceFault::part_left:
+        return Outcome::part_left;
+    case PlaceFault::body_left:
+        return Outcome::body_left;
+    }
+    return repaired;
+}
+
+/// The hole through which a marker's place was closed, or -1.
+int closed_hole(const RegionNote& region, const std::vector<HoleNote>& holes) {
+    const int hole = region.hole >= 0 ? region.hole : region.joined_hole;
+    return hole >= 0 && holes[static_cast<std::size_t>(hole)].new_faces > 0 ? hole : -1;
+}
+
+double body_height(const RepairOptions& options, const Marker& marker) {
+    return options.body_height.value_or(default_body_radii * marker.radius);
+}
+
 MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& holes) {
     MarkerReport report;
     switch (region.finding) {
@@ -45,11 +70,19 @@ MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& ho
     }
     if (region.hole >= 0) {
         const HoleNote& hole = holes[static_cast<std::size_t>(region.hole)];
-        report = {
-            outcome_of(hole, true), hole.border_vertices, hole.new_vertices, hole.new_faces, {}};
+        report = {outcome_of(hole, true),
+                  hole.border_vertices,
+                  hole.new_vertices,
+                  hole.new_faces,
+                  {},
+                  {}};
     } else if (region.finding == RegionFinding::cut && region.joined_hole >= 0) {
-        report = {
-            outcome_of(holes[static_cast<std::size_t>(region.joined_hole)], false), 0, 0, 0, {}};
+        report = {outcome_of(holes[static_cast<std::size_t>(region.joined_hole)], false),
+                  0,
+                  0,
+                  0,
+                  {},
+                  {}};
     }
     return report;
 }
@@ -58,7 +91,7 @@ MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& ho
 
 MeshRun::MeshRun(Mesh_M::Mesh& mesh, const std::vector<Marker>& markers, double marker_size,
                  const RepairOptions& options)
-    : run_(repairer(mesh, markers, marker_size, options)), options_(options) {}
+    : mesh_(mesh), run_(repairer(mesh, markers, marker_size, options)), options_(options) {}
 
 double MeshRun::marker_size() const {
     return RunAccess::marker_size(run_);
@@ -71,11 +104,39 @@ void MeshRun::keep_walks() {
 void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begins) {
     RunPlaces places;
     places.stage_begins = stage_begins;
+    if (!options_.flat_only) {
+        places.after_cut = [this](CutPlace& place) {
+            removals_ = remove_bodies(place, near(), options_.body_height.value_or(0));
+        };
+    }
     places.before_join = [](JoinPlace& place) {
         return is_sound_patch(place.mesh, place.border,
                               {place.points, place.faces, place.normals, place.border_places});
     };
     RunAccess::process(run_, options_.method, threads, places);
+    faults_ = look();
+}
+
+VerticesNear MeshRun::near() const {
+    return [this](float x, float y, float z, double radius) {
+        return RunAccess::vertices_within(run_, x, y, z, radius);
+    };
+}
+
+std::vector<PlaceFault> MeshRun::look() const {
+    const std::vector<Marker>& markers = RunAccess::markers(run_);
+    std::vector<PlaceFault> faults(markers.size(), PlaceFault::none);
+    for (std::size_t i = 0; i < notes().regions.size(); ++i) {
+        const RegionNote& region = notes().regions[i];
+        const int hole = closed_hole(region, notes().holes);
+        if (hole >= 0) {
+            const MarkerCylinder cylinder(markers[i], marker_size(),
+                                          body_height(options_, markers[i]));
+            faults[i] = look_at_place(mesh_, cylinder, near(), region,
+                                      notes().holes[static_cast<std::size_t>(hole)]);
+        }
+    }
+    return faults;
 }
 
 const RunNotes& MeshRun::notes() const {
@@ -88,8 +149,17 @@ const std::vector<std::vector<_vert*>>& MeshRun::borders() const {
 
 std::vector<MarkerReport> MeshRun::reports() const {
     std::vector<MarkerReport> reports(RunAccess::markers(run_).size());
-    std::transform(notes().regions.begin(), notes().regions.end(), reports.begin(),
-                   [&](const RegionNote& region) { return report_of(region, notes().holes); });
+    for (std::size_t i = 0; i < notes().regions.size(); ++i) {
+        reports[i] = report_of(notes().regions[i], notes().holes);
+        reports[i].outcome = outcome_of(faults_[i], reports[i].outcome);
+        if (i < removals_.size()) {
+            reports[i].body = removals_[i].taken;
+            if (removals_[i].finding == BodyFinding::not_bounded) {
+                reports[i].outcome = Outcome::body_not_bounded;
+                reports[i].search.clear();
+            }
+        }
+    }
     return reports;
 }
 

@@ -1,6 +1,7 @@
 // One repair of a mesh in memory, step by step: what all roads of a job have in common.
 #pragma once
 
+#include "kelvane/toolkit/bodies/body_removal.hpp"
 #include "kelvane/toolkit/job/marker_repair.hpp"
 
 #include <functional>
@@ -24,6 +25,7 @@ class MeshRun {
     /// Cuts the surface out under every marker.
     void cut() { run_.DeleteMarkRegion(); }
 
+    /// Takes off the bodies on the markers' places, unless the options say that there are none.
     /// Finds, closes and joins all holes and computes all normals, with so many threads. Tells the
     /// stages as they begin. A patch that does not fit its hole is not taken.
     void close(int threads, const std::function<void(RunStage)>& stage_begins);
@@ -35,8 +37,14 @@ class MeshRun {
     std::vector<MarkerReport> reports() const;
 
   private:
+    VerticesNear near() const;
+    std::vector<PlaceFault> look() const;
+
+    Mesh_M::Mesh& mesh_;
     RepairMarkers run_;
     const RepairOptions& options_;
+    std::vector<BodyRemoval> removals_; ///< one per marker, unless flat only
+    std::vector<PlaceFault> faults_;    ///< one per marker, after close()
 };
 
 } // namespace KVN::toolkit

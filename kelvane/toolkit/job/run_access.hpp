@@ -13,6 +13,11 @@ struct RunAccess {
     static const std::vector<std::vector<_vert*>>& borders(const RepairMarkers& run) {
         return run.holeBorders;
     }
+    /// Store indices of the vertices alive at construction within `radius` of a point.
+    static std::vector<int> vertices_within(const RepairMarkers& run, float x, float y, float z,
+                                            double radius) {
+        return run.vertices_within(x, y, z, radius);
+    }
     static void keep_walks(RepairMarkers& run) { run.notes.trace.keep_walks = true; }
     static const std::vector<Closing>& closings() { return RepairMarkers::closings(); }
 

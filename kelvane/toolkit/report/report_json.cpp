@@ -48,6 +48,14 @@ Json loaded_json(const Mesh_M::BuildReport& loaded, std::int64_t short_faces) {
             {"non_manifold", loaded.overfull}};
 }
 
+Json body_json(const TakenBody& body) {
+    return {{"islands", body.islands},
+            {"specks", body.specks},
+            {"walls", body.walls},
+            {"faces", body.faces},
+            {"base_height", number(body.base_height)}};
+}
+
 std::string dump(const Json& json) {
     return json.dump(2) + "\n";
 }
@@ -70,6 +78,9 @@ std::string to_json(const RepairReport& report, const std::vector<Marker>& marke
                            {"border_vertices", result.border_vertices},
                            {"new_vertices", result.new_vertices},
                            {"new_faces", result.new_faces}});
+        if (result.body.faces > 0) {
+            entries.back()["body"] = body_json(result.body);
+        }
         if (!result.search.empty()) {
             entries.back()["search"] = result.search;
         }

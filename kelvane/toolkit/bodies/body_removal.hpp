@@ -1,0 +1,46 @@
+// Taking off the body of a raised marker: between the cut, which takes the marker's face off, and
+// the search for its hole. Magnets, pads, domes and balls stand on the surface; the cut alone
+// leaves their walls and feet, and what was found of their undersides.
+#pragma once
+
+#include "kelvane/toolkit/bodies/body_report.hpp"
+#include "kelvane/toolkit/bodies/marker_cylinder.hpp"
+
+#include <vector>
+
+namespace KVN::toolkit {
+
+/// One marker's body and what came of it.
+struct BodyRemoval {
+    BodyFinding finding = BodyFinding::none;
+    TakenBody taken;
+};
+
+/// To how many radii above and below its plane a marker's body is looked for, unless told
+/// otherwise.
+constexpr double default_body_radii = 8.0;
+
+/// Removes what stands on the places of all markers whose finding is `cut`, marker after marker.
+///
+/// With R the marker's radius and margin and H `body_height` (0: default_body_radii times the
+/// marker's radius), a body is what hangs together, within the cylinder of radius R and half height
+/// H around the marker's axis, with the vertices around its cut, and stands higher than the surface
+/// around the cylinder lets expect. It goes with all faces at its vertices, down to its foot and
+/// out to R, so that the border is about the circle of radius R on the surface. Loose pieces of the
+/// marker go, and with a body those over it. Markers with a margin above 1.5 radii lose loose
+/// pieces only.
+///
+/// Where something went, the faces join the region's note and the region becomes the live vertices
+/// around the wider cut, all marked with flag bit 2. Where nothing went, no bit of mesh or region
+/// is changed. A body whose foot is not found is left alone, and its region is emptied, so that
+/// nothing is filled there.
+///
+/// Reads, around each marker, vertices with the lists of their edges and faces in the cylinder of
+/// radius R + 4e and half height H, and the positions and normals of their neighbours; e is the
+/// mean length of the edges at the vertices of the region after the cut. Vertices are taken in the
+/// order of the store, so that a part of a mesh which holds all that is read, in the same order,
+/// gives the same result to the bit.
+std::vector<BodyRemoval> remove_bodies(CutPlace& place, const VerticesNear& near,
+                                       double body_height);
+
+} // namespace KVN::toolkit
