@@ -163,7 +163,9 @@ MarkedScan make_scan(std::string name, std::shared_ptr<const AnalyticSurface> su
             move_vertex(scan.mesh, v, options.noise * random.normal() * normals[v]);
         }
     }
-    put_stickers(*surface, places, normals, random, scan);
+    if (options.stickers) {
+        put_stickers(*surface, places, normals, random, scan);
+    }
     scan.truth = std::move(surface);
     return scan;
 }

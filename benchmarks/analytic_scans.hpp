@@ -12,6 +12,7 @@ struct AnalyticOptions {
     double noise = 0.0; ///< standard deviation along the normal
     double margin = 1.0;
     double radius = 2.5; ///< of the markers on a panel
+    bool stickers = true; ///< false: bare surfaces without markers
 };
 
 /// Sphere of radius 25, torus of radii 40 and 16, open cylinder of radius 25, saddle and wavy
