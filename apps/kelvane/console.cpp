@@ -53,6 +53,12 @@ void print_error(const std::string& message) {
     std::cerr << line << std::endl;
 }
 
+void print_notes(const std::vector<std::string>& lines) {
+    for (const std::string& line : lines) {
+        print_error(line);
+    }
+}
+
 ProgressDisplay::ProgressDisplay(bool quiet)
     : quiet_(quiet), terminal_(isatty(STDERR_FILENO) != 0),
       progress_([this](Stage stage, double done) { show(stage, done); }) {

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace kelvane_command {
 
@@ -14,6 +15,9 @@ void print_result(const std::string& text);
 
 /// Writes "kelvane: " and `message` as one line, control characters replaced.
 void print_error(const std::string& message);
+
+/// Writes lines of note to standard error, each as print_error() does.
+void print_notes(const std::vector<std::string>& lines);
 
 /// Shows the progress of a job on standard error: a live bar on a terminal, a line per stage
 /// elsewhere, nothing if `quiet`. While it lives, an interrupt from the keyboard cancels the job; a

@@ -6,6 +6,7 @@
 #include "kelvane/toolkit/job/marker_files.hpp"
 #include "kelvane/toolkit/job/marker_repair.hpp"
 #include "kelvane/toolkit/report/report_json.hpp"
+#include "kelvane/toolkit/scan/open_scan.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
 #include "kelvane/toolkit/text_file.hpp"
 
@@ -76,15 +77,15 @@ void check_outputs(const Arguments& arguments) {
 
 int repair(const Arguments& arguments) {
     check_outputs(arguments);
-    Scan scan = read_scan(arguments.scan);
+    const std::unique_ptr<OpenScan> scan = open_scan(arguments.scan);
     const std::vector<KVN::Marker> markers = read_markers(arguments.markers);
     RepairReport report;
     {
         ProgressDisplay display(arguments.quiet);
-        report = repair_scan(scan, markers, arguments.options, &display.progress());
-        display.progress().check();
-        write_scan(arguments.output, scan);
+        report =
+            repair_file(*scan, markers, arguments.options, arguments.output, &display.progress());
     }
+    print_notes(report.not_kept);
     if (!arguments.quiet) {
         for (const std::string& line : report.diagnostics) {
             std::cerr << line << '\n';
@@ -115,6 +116,10 @@ void add_repair(CLI::App& app, int& status) {
     command->add_option("--output", arguments->output, "Repaired scan; may be the scan itself")
         ->required();
     add_cut_options(*command, arguments->options);
+    command->add_flag("--leave-open", arguments->options.leave_open,
+                      "Leave the cut of a marker that cannot be repaired open");
+    command->add_flag("--whole-mesh", arguments->options.whole_mesh,
+                      "Make a mesh of the whole scan; the same result, slower");
     command->add_option("--threads", arguments->options.threads, "Threads; 0 for all processors")
         ->check(CLI::NonNegativeNumber);
     command->add_option("--report", arguments->report, "Write the report to this JSON file");

@@ -35,10 +35,10 @@ struct Arguments {
 
 void cut(const Arguments& arguments) {
     check_scan_output(arguments.output);
-    Scan scan = read_scan(arguments.scan);
+    const std::unique_ptr<OpenScan> scan = open_scan(arguments.scan);
     const std::vector<Block> blocks = read_blocks(arguments.second);
-    const CutReport report = cut_blocks(scan, blocks);
-    write_scan(arguments.output, scan);
+    const CutReport report = cut_file(*scan, blocks, arguments.output);
+    print_notes(report.not_kept);
     if (arguments.json) {
         print_result(to_json(report));
         return;

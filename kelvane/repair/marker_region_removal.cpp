@@ -2,6 +2,7 @@
 #include "kelvane/kernel/record_marks.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -26,12 +27,27 @@ std::vector<int> RepairMarkers::vertices_within(float x, float y, float z, doubl
         kdTree.getInputCloud() == nullptr) {
         return found;
     }
-    pcl::Indices hits;
-    std::vector<float> squared_distances;
-    kdTree.radiusSearch(pcl::PointXYZ(x, y, z), radius, hits, squared_distances, 0);
+    // The tree prunes with rounded bounds and may miss a point an ulp inside of the radius, which
+    // one depending on all the others. A wider search settled by the plain test has the same hits
+    // over any part of the mesh.
+    constexpr double wider = 1.0001;
+    pcl::Indices candidates;
+    std::vector<float> unused;
+    kdTree.radiusSearch(pcl::PointXYZ(x, y, z), wider * radius, candidates, unused, 0);
+    const auto limit = static_cast<float>(radius * radius);
+    std::vector<std::pair<float, int>> hits;
+    for (const int candidate : candidates) {
+        const pcl::PointXYZ& p = (*kdTree.getInputCloud())[candidate]; // as at construction
+        const float dx = x - p.x, dy = y - p.y, dz = z - p.z;
+        const float squared = dx * dx + dy * dy + dz * dz;
+        if (squared < limit) {
+            hits.emplace_back(squared, kdToVertex[candidate]);
+        }
+    }
+    std::sort(hits.begin(), hits.end());
     found.reserve(hits.size());
-    for (const int hit : hits) {
-        found.push_back(kdToVertex[hit]);
+    for (const auto& hit : hits) {
+        found.push_back(hit.second);
     }
     return found;
 }

@@ -3,13 +3,14 @@
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/job/mesh_run.hpp"
 #include "kelvane/toolkit/job/output_capture.hpp"
+#include "kelvane/toolkit/job/repair_plan.hpp"
+#include "kelvane/toolkit/job/stage_clock.hpp"
+#include "kelvane/toolkit/job/team_size.hpp"
 #include "kelvane/toolkit/measure/scan_info.hpp"
-#include "kelvane/toolkit/scan/scan_mesh.hpp"
-
-#include <omp.h>
+#include "kelvane/toolkit/scan/splice_arrays.hpp"
+#include "kelvane/toolkit/windows/surface.hpp"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <utility>
 
@@ -18,86 +19,6 @@ namespace KVN::toolkit {
 namespace {
 
 using Mesh_M::Mesh;
-
-/// Notes how long each stage takes and tells the caller's Progress.
-class StageClock {
-  public:
-    StageClock(RepairReport& report, Progress* progress, bool may_stop)
-        : report_(report), progress_(progress), may_stop_(may_stop) {}
-
-    void begin(Stage stage) {
-        end();
-        if (progress_ != nullptr) {
-            progress_->begin(stage);
-            if (may_stop_ || stage <= Stage::removal) {
-                progress_->check();
-            }
-        }
-        report_.times.push_back({stage, 0.0});
-        running_ = true;
-        started_ = Clock::now();
-    }
-
-    void end() {
-        if (running_) {
-            const std::chrono::duration<double> taken = Clock::now() - started_;
-            report_.times.back().seconds = taken.count();
-            running_ = false;
-        }
-    }
-
-  private:
-    using Clock = std::chrono::steady_clock;
-    RepairReport& report_;
-    Progress* progress_;
-    bool may_stop_; // also after the first face is deleted
-    bool running_ = false;
-    Clock::time_point started_;
-};
-
-/// The runtime's default team for the calling thread's parallel regions, until the end of the
-/// scope.
-class TeamSize {
-  public:
-    explicit TeamSize(int threads) : before_(omp_get_max_threads()) {
-        omp_set_num_threads(threads);
-    }
-    TeamSize(const TeamSize&) = delete;
-    TeamSize& operator=(const TeamSize&) = delete;
-    ~TeamSize() { omp_set_num_threads(before_); }
-
-  private:
-    int before_;
-};
-
-/// As many threads as were asked for, but no more than can have work at the same time: holes are
-/// shared out one by one, faces by processor.
-int team_for(const RepairOptions& options, std::size_t markers) {
-    if (options.threads == 0) {
-        return omp_get_max_threads();
-    }
-    constexpr std::size_t most_holes_at_once = 256;
-    const int useful =
-        std::max(omp_get_num_procs(), static_cast<int>(std::min(markers, most_holes_at_once)));
-    return std::min(options.threads, useful);
-}
-
-Stage stage_of(RunStage stage) {
-    switch (stage) {
-    case RunStage::discovery:
-        return Stage::discovery;
-    case RunStage::fill:
-        return Stage::fill;
-    case RunStage::insertion:
-        return Stage::insertion;
-    case RunStage::fairing:
-        return Stage::fairing;
-    case RunStage::normals:
-    case RunStage::done:
-        break;
-    }
-    return Stage::normals;
-}
 
 std::int64_t live_vertices(const Mesh& mesh) {
     std::int64_t live = 0;
@@ -116,12 +37,10 @@ void run_repair(Mesh& mesh, const std::vector<Marker>& markers, const RepairOpti
     OutputCapture capture;
 
     clock.begin(Stage::removal);
-    MeshRun run(mesh, markers, options.marker_size.value_or(2.0 * mean_edge_length(mesh)), options);
+    MeshRun run(mesh, markers, options.marker_size.value_or(2.0 * mean_side_length(mesh)), options);
     report.marker_size = run.marker_size();
     run.cut();
-    run.close(report.threads, [&clock](RunStage stage) {
-        stage == RunStage::done ? clock.end() : clock.begin(stage_of(stage));
-    });
+    run.close(report.threads, ticking(clock));
     clock.end();
     report.markers = run.reports();
     report.vertices_after = live_vertices(mesh);
@@ -164,7 +83,8 @@ const char* to_string(Outcome outcome) {
                                      "body_not_bounded",
                                      "edges_left_open",
                                      "part_left",
-                                     "body_left"};
+                                     "body_left",
+                                     "left_with_neighbour"};
     return names[static_cast<int>(outcome)];
 }
 
@@ -174,12 +94,13 @@ const char* describe(Outcome outcome) {
                                      "repaired with a neighbour",
                                      "no vertex within reach",
                                      "out of plane or facing away",
-                                     "cut, but no border was found",
-                                     "cut, but not filled",
+                                     "no border was found",
+                                     "could not be filled",
                                      "raised, and its foot was not found",
-                                     "filled, but edges are left open",
-                                     "filled, but a loose piece is left over it",
-                                     "filled, but a body still stands there"};
+                                     "the fill leaves edges open",
+                                     "a loose piece of surface stays over the place",
+                                     "a body still stands on the place",
+                                     "not without a neighbour that cannot be repaired"};
     return words[static_cast<int>(outcome)];
 }
 
@@ -218,15 +139,28 @@ RepairReport repair_scan(Scan& scan, const std::vector<Marker>& markers,
     check_repair_arguments(markers, options);
     RepairReport report;
     StageClock clock(report, progress, true);
-    Mesh mesh;
-    clock.begin(Stage::build);
-    report.short_faces = scan.short_faces;
-    report.loaded = build_from(scan, mesh);
-    run_repair(mesh, markers, options, report, clock);
+    const Splice splice = plan_repair(ScanSurface(scan), markers, options, report, clock);
     clock.begin(Stage::output);
-    Scan repaired = scan_of(mesh);
+    apply_splice(scan, splice);
     clock.end();
-    scan = std::move(repaired);
+    report.short_faces = scan.short_faces;
+    if (progress != nullptr) {
+        progress->finish();
+    }
+    return report;
+}
+
+RepairReport repair_file(const OpenScan& scan, const std::vector<Marker>& markers,
+                         const RepairOptions& options, const std::filesystem::path& output,
+                         Progress* progress) {
+    check_repair_arguments(markers, options);
+    RepairReport report;
+    StageClock clock(report, progress, true);
+    const Splice splice = plan_repair(FileSurface(scan), markers, options, report, clock);
+    clock.begin(Stage::output);
+    report.not_kept = write_spliced(scan, splice, output);
+    clock.end();
+    report.short_faces = static_cast<std::int64_t>(scan.short_faces());
     if (progress != nullptr) {
         progress->finish();
     }

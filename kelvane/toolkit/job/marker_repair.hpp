@@ -15,9 +15,11 @@
 #include "kelvane/toolkit/bodies/body_report.hpp"
 #include "kelvane/toolkit/job/methods.hpp"
 #include "kelvane/toolkit/job/progress.hpp"
+#include "kelvane/toolkit/scan/open_scan.hpp"
 #include "kelvane/toolkit/scan/scan.hpp"
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
@@ -27,7 +29,7 @@ namespace KVN::toolkit {
 /// How a repair is to be done. The defaults suit a scan whose markers stand a few edges apart.
 struct RepairOptions {
     /// Added to every marker's radius to give the radius of the cut; in the mesh's unit, 0 or more.
-    /// None: twice the mean edge length of the scan.
+    /// None: twice the mean length of the sides of all faces, inner edges counting twice.
     std::optional<double> marker_size;
     /// Lets a cut take in vertices close to the marker's plane that face away by up to 135 degrees,
     /// and lets `resolution` enlarge `marker_size` to the 4 to 7 that suits sparse scans in
@@ -44,6 +46,12 @@ struct RepairOptions {
     /// How far above and below its plane a marker's body is looked for; in the mesh's unit, above
     /// 0. None: eight times its radius.
     std::optional<double> body_height;
+    /// Leaves the cut of a marker that could not be repaired open. Otherwise its place stays as it
+    /// was.
+    bool leave_open = false;
+    /// Makes a mesh of the whole scan instead of the markers' neighbourhoods. The result is the
+    /// same; time and memory grow with the scan.
+    bool whole_mesh = false;
 };
 
 /// What became of a marker.
@@ -52,13 +60,14 @@ enum class Outcome {
     repaired_chain,          ///< on the rim: its open border was closed along a chain and filled
     repaired_with_neighbour, ///< its cut ran together with that of another marker and was filled so
     no_vertex_within_reach,  ///< no vertex within radius and margin: nothing was cut
-    all_facing_away,  ///< vertices, but too far from its plane or facing away: nothing was cut
-    no_border_found,  ///< cut out, but no border of a hole was found: its place is open
-    not_filled,       ///< cut out, border found, but it could not be filled: its place is open
-    body_not_bounded, ///< something stands there, but its foot was not found
-    edges_left_open,  ///< filled, but edges that were opened are still open
-    part_left,        ///< filled, but a loose piece of surface is left over the place
-    body_left,        ///< filled, but a body, or its foot, still stands on the place
+    all_facing_away,     ///< vertices, but too far from its plane or facing away: nothing was cut
+    no_border_found,     ///< the cut left no border of a hole that could be found
+    not_filled,          ///< border found, but it could not be filled
+    body_not_bounded,    ///< something stands there, but its foot was not found
+    edges_left_open,     ///< filled, but edges that were opened are still open
+    part_left,           ///< filled, but a loose piece of surface is left over the place
+    body_left,           ///< filled, but a body, or its foot, still stands on the place
+    left_with_neighbour, ///< repaired, but a neighbour that it cannot be without was not
 };
 
 /// The name as it stands above, e.g. "repaired_loop", for reports that programs read.
@@ -91,14 +100,17 @@ struct KELVANE_EXPORT RepairReport {
     std::vector<MarkerReport> markers; ///< one per marker, in their order
     double marker_size = 0.0;          ///< as it was used, in the mesh's unit
     int threads = 0;                   ///< as they were used
-    std::int64_t vertices_before = 0;  ///< live ones, also those without faces
-    std::int64_t faces_before = 0;
+    std::int64_t vertices_before = 0;  ///< also those without faces
+    std::int64_t faces_before = 0;     ///< face records
     std::int64_t vertices_after = 0;
     std::int64_t faces_after = 0;
     std::int64_t short_faces = 0; ///< faces of the file with too few corners, left out
-    Mesh_M::BuildReport loaded;   ///< faces that the mesh took and refused, by reason
+    /// Faces around the markers that the mesh took and refused, by reason; of all the scan's faces
+    /// with `whole_mesh`. Refused ones stay in the scan unless a corner of theirs goes.
+    Mesh_M::BuildReport loaded;
     std::vector<StageTime> times;
     std::vector<std::string> diagnostics; ///< lines that the library wrote
+    std::vector<std::string> not_kept;    ///< what the output's format could not hold, a line each
 
     int repaired() const;   ///< markers whose place is closed
     double seconds() const; ///< sum of all stages
@@ -109,8 +121,9 @@ KELVANE_EXPORT void check_repair_arguments(const std::vector<Marker>& markers,
                                            const RepairOptions& options);
 
 /// Repairs `mesh` in place; its vertex normals must be up to date. Nothing but the surroundings of
-/// the markers is touched, except that all normals are computed anew. `loaded`, `short_faces` and
-/// the stages build and output of the report stay empty.
+/// the markers is touched, except that all normals are computed anew. Records that are deleted
+/// cannot come back, so a place that could not be repaired is left open here. `loaded`,
+/// `short_faces` and the stages build and output of the report stay empty.
 ///
 /// `progress` may be null. It is asked to stop only until the first face is deleted: Cancelled
 /// means that the mesh is as it was. Throws InputError for options or markers that make no sense (a
@@ -119,12 +132,22 @@ KELVANE_EXPORT void check_repair_arguments(const std::vector<Marker>& markers,
 KELVANE_EXPORT RepairReport repair_mesh(Mesh_M::Mesh& mesh, const std::vector<Marker>& markers,
                                         const RepairOptions& options, Progress* progress = nullptr);
 
-/// Repairs `scan`. Vertices that the repair leaves alone keep their bits and come first, in the
-/// order that they had; the vertices under the markers are gone; new vertices follow. Vertices that
-/// no face uses stay. Faces that the mesh cannot hold are left out and counted in the report.
+/// Repairs `scan`. Only the markers' neighbourhoods become a mesh. Vertices and faces that the
+/// repair leaves alone keep their bits, their properties and their order and come first; those
+/// under the markers are gone; new ones follow, with properties that grow from the border of their
+/// place. A place that could not be repaired stays as it was, unless `options.leave_open`.
 ///
 /// Stops at the next stage when `progress` is cancelled. After any exception `scan` is as it was.
+/// Throws InputError for arrays, options or markers that make no sense.
 KELVANE_EXPORT RepairReport repair_scan(Scan& scan, const std::vector<Marker>& markers,
                                         const RepairOptions& options, Progress* progress = nullptr);
+
+/// The same from file to file: `scan` is read in pieces and written to `output` with what the
+/// repair changes, see write_spliced(). `output` may be the file that `scan` is of. After any
+/// exception it is as it was.
+KELVANE_EXPORT RepairReport repair_file(const OpenScan& scan, const std::vector<Marker>& markers,
+                                        const RepairOptions& options,
+                                        const std::filesystem::path& output,
+                                        Progress* progress = nullptr);
 
 } // namespace KVN::toolkit

@@ -6,14 +6,15 @@
 #include "kelvane/toolkit/report/border_words.hpp"
 
 #include <algorithm>
+#include <utility>
 
 namespace KVN::toolkit {
 
 namespace {
 
-RepairMarkers repairer(Mesh_M::Mesh& mesh, std::vector<Marker> markers, double marker_size,
+RepairMarkers repairer(Mesh_M::Mesh* mesh, std::vector<Marker> markers, double marker_size,
                        const RepairOptions& options) {
-    RepairMarkers run(&mesh, markers, marker_size, options.size_adjustable ? 1 : 0, nullptr, 0);
+    RepairMarkers run(mesh, markers, marker_size, options.size_adjustable ? 1 : 0, nullptr, 0);
     if (options.resolution) {
         run.setResolution(*options.resolution);
     }
@@ -91,7 +92,17 @@ MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& ho
 
 MeshRun::MeshRun(Mesh_M::Mesh& mesh, const std::vector<Marker>& markers, double marker_size,
                  const RepairOptions& options)
-    : mesh_(mesh), run_(repairer(mesh, markers, marker_size, options)), options_(options) {}
+    : mesh_(mesh), run_(repairer(&mesh, markers, marker_size, options)), options_(options) {}
+
+double effective_marker_size(double margin, const RepairOptions& options) {
+    return RunAccess::marker_size(repairer(nullptr, {}, margin, options));
+}
+
+void MeshRun::look_first(std::function<void(const CutPlace&)> before_bodies,
+                         std::function<void(const CutPlace&)> before_search) {
+    before_bodies_ = std::move(before_bodies);
+    before_search_ = std::move(before_search);
+}
 
 double MeshRun::marker_size() const {
     return RunAccess::marker_size(run_);
@@ -104,11 +115,17 @@ void MeshRun::keep_walks() {
 void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begins) {
     RunPlaces places;
     places.stage_begins = stage_begins;
-    if (!options_.flat_only) {
-        places.after_cut = [this](CutPlace& place) {
+    places.after_cut = [this](CutPlace& place) {
+        if (before_bodies_) {
+            before_bodies_(place);
+        }
+        if (!options_.flat_only) {
             removals_ = remove_bodies(place, near(), options_.body_height.value_or(0));
-        };
-    }
+        }
+        if (before_search_) {
+            before_search_(place);
+        }
+    };
     places.before_join = [](JoinPlace& place) {
         return is_sound_patch(place.mesh, place.border,
                               {place.points, place.faces, place.normals, place.border_places});

@@ -9,6 +9,9 @@
 
 namespace KVN::toolkit {
 
+/// The marker size that a run uses: `margin` after `options.resolution`.
+double effective_marker_size(double margin, const RepairOptions& options);
+
 class MeshRun {
   public:
     /// Over `mesh`, whose vertex normals must be up to date; it must outlive the object.
@@ -24,6 +27,10 @@ class MeshRun {
 
     /// Cuts the surface out under every marker.
     void cut() { run_.DeleteMarkRegion(); }
+
+    /// Has functions called in close(): before the bodies are taken off, and before the search.
+    void look_first(std::function<void(const CutPlace&)> before_bodies,
+                    std::function<void(const CutPlace&)> before_search);
 
     /// Takes off the bodies on the markers' places, unless the options say that there are none.
     /// Finds, closes and joins all holes and computes all normals, with so many threads. Tells the
@@ -44,7 +51,9 @@ class MeshRun {
     RepairMarkers run_;
     const RepairOptions& options_;
     std::vector<BodyRemoval> removals_; ///< one per marker, unless flat only
-    std::vector<PlaceFault> faults_;    ///< one per marker, after close()
+    std::function<void(const CutPlace&)> before_bodies_;
+    std::function<void(const CutPlace&)> before_search_;
+    std::vector<PlaceFault> faults_; ///< one per marker, after close()
 };
 
 } // namespace KVN::toolkit

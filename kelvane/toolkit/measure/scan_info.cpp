@@ -156,6 +156,27 @@ double mean_edge_length(const Mesh& mesh) {
     return mean(edge_lengths(mesh));
 }
 
+double mean_side_length(const Mesh& mesh) {
+    double sum = 0.0;
+    std::int64_t sides = 0;
+    for (std::int32_t f = 0; f < mesh.faces.total(); ++f) {
+        const Mesh_R::_face& face = mesh.faces.at(f);
+        for (int k = 0; k < 3 && face.status != Mesh_R::status_deleted; ++k) {
+            const auto& a = face.verts[k]->pos;
+            const auto& b = face.verts[(k + 1) % 3]->pos;
+            const double dx = static_cast<double>(a.x) - b.x;
+            const double dy = static_cast<double>(a.y) - b.y;
+            const double dz = static_cast<double>(a.z) - b.z;
+            const double length = std::sqrt(dx * dx + dy * dy + dz * dz);
+            if (std::isfinite(length)) {
+                sum += length;
+                ++sides;
+            }
+        }
+    }
+    return sides == 0 ? 0.0 : sum / static_cast<double>(sides);
+}
+
 double mean_edge_length(const Scan& scan) {
     Mesh mesh;
     build_from(scan, mesh);

@@ -41,5 +41,8 @@ KELVANE_EXPORT ScanInfo scan_info(const Scan& scan);
 /// The mean length of all live edges with finite ends, or 0 if there are none.
 KELVANE_EXPORT double mean_edge_length(const Mesh_M::Mesh& mesh);
 KELVANE_EXPORT double mean_edge_length(const Scan& scan);
+/// The mean length of the sides of all live faces, so that an inner edge counts twice; 0 without a
+/// side of finite length.
+KELVANE_EXPORT double mean_side_length(const Mesh_M::Mesh& mesh);
 
 } // namespace KVN::toolkit

@@ -98,10 +98,11 @@ std::string to_json(const RepairReport& report, const std::vector<Marker>& marke
          {"threads", report.threads},
          {"vertices", {{"before", report.vertices_before}, {"after", report.vertices_after}}},
          {"faces", {{"before", report.faces_before}, {"after", report.faces_after}}},
-         {"dropped_faces", loaded_json(report.loaded, report.short_faces)},
+         {"refused_faces", loaded_json(report.loaded, report.short_faces)},
          {"seconds", seconds},
          {"seconds_total", number(report.seconds(), 3)},
-         {"diagnostics", report.diagnostics}});
+         {"diagnostics", report.diagnostics},
+         {"not_kept", report.not_kept}});
 }
 
 std::string to_json(const CutReport& report) {

@@ -1,0 +1,164 @@
+#include "kelvane/toolkit/job/repair_plan.hpp"
+
+#include "kelvane/toolkit/bodies/body_removal.hpp"
+#include "kelvane/toolkit/job/mesh_run.hpp"
+#include "kelvane/toolkit/job/output_capture.hpp"
+#include "kelvane/toolkit/job/team_size.hpp"
+#include "kelvane/toolkit/windows/reach.hpp"
+#include "kelvane/toolkit/windows/splice_making.hpp"
+#include "kelvane/toolkit/windows/window.hpp"
+#include "kelvane/toolkit/windows/window_guard.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace KVN::toolkit {
+
+namespace {
+
+constexpr int most_rounds = 8;        // before the whole mesh is taken
+constexpr double edges_beyond = 12.0; // around vertices that a round lacked
+// Around its border high and low copy three or four rings of surface.
+constexpr int rings_copied = 3;
+
+/// Per marker, its cylinder as far as bodies are looked for: of radius and margin around the axis.
+std::vector<Capsule> cylinders_of(const std::vector<Marker>& markers, double margin,
+                                  const RepairOptions& options) {
+    std::vector<Capsule> cylinders;
+    for (const Marker& m : markers) {
+        const double height = options.body_height.value_or(default_body_radii * m.radius);
+        const double length =
+            std::sqrt(static_cast<double>(m.nx) * m.nx + static_cast<double>(m.ny) * m.ny +
+                      static_cast<double>(m.nz) * m.nz);
+        const double scale = length > 0.0 ? height / length : 0.0;
+        const auto end = [&](double sign) {
+            return std::array<float, 3>{static_cast<float>(m.x + sign * scale * m.nx),
+                                        static_cast<float>(m.y + sign * scale * m.ny),
+                                        static_cast<float>(m.z + sign * scale * m.nz)};
+        };
+        // The ends are rounded to float: a little more radius makes up for it.
+        const double rounding = 1e-6 * (std::fabs(m.x) + std::fabs(m.y) + std::fabs(m.z) + height);
+        cylinders.push_back({end(-1.0), end(1.0), m.radius + margin + rounding});
+    }
+    return cylinders;
+}
+
+std::vector<Capsule> widened(std::vector<Capsule> cylinders, const std::vector<Marker>& markers,
+                             double margin, const WindowTuning& tuning) {
+    for (std::size_t i = 0; i < cylinders.size(); ++i) {
+        cylinders[i].radius +=
+            tuning.margins_beyond * margin + tuning.radii_beyond * markers[i].radius;
+    }
+    return cylinders;
+}
+
+/// Adds what a round lacked, and the surface around it.
+void grow(const Surface& surface, const Window& window, const WindowTooSmall& lack,
+          VertexBits& complete) {
+    std::vector<Capsule> around;
+    for (const std::int32_t v : lack.vertices) {
+        complete.add(window.vertices[static_cast<std::size_t>(v)]);
+        const float* p = &window.positions[3 * static_cast<std::size_t>(v)];
+        around.push_back({{p[0], p[1], p[2]}, {p[0], p[1], p[2]}, edges_beyond * lack.edge});
+    }
+    add_in_reach(surface, Reach(around), complete);
+}
+
+int rings_for(Method method) {
+    switch (method) {
+    case Method::fast:
+        return 0;
+    case Method::high:
+    case Method::low:
+        return rings_copied;
+    }
+    return rings_copied;
+}
+
+/// One job under way: rounds over growing windows until one of them is finished.
+class Rounds {
+  public:
+    Rounds(const Surface& surface, const std::vector<Marker>& markers, const RepairOptions& options,
+           RepairReport& report, StageClock& clock)
+        : surface_(surface), markers_(markers), options_(options), report_(report), clock_(clock),
+          complete_(surface.vertex_count()) {}
+
+    Splice finish(double margin, const WindowTuning& tuning) {
+        const double used = effective_marker_size(margin, options_);
+        const std::vector<Capsule> cylinders = cylinders_of(markers_, used, options_);
+        whole_ = options_.whole_mesh;
+        if (!whole_) {
+            add_in_reach(surface_, Reach(widened(cylinders, markers_, used, tuning)), complete_);
+        }
+        for (int round = 0;; ++round) {
+            if (whole_ || round == most_rounds) {
+                whole_ = true;
+                complete_.add_all();
+            }
+            clock_.begin(Stage::build);
+            const Window window = collect_window(surface_, complete_);
+            if (window.overfull && !whole_) {
+                whole_ = true;
+                continue;
+            }
+            const WindowGuard guard(window, cylinders, rings_for(options_.method));
+            try {
+                return once(window, margin, whole_ || !tuning.guard ? nullptr : &guard);
+            } catch (const WindowTooSmall& lack) {
+                grow(surface_, window, lack, complete_);
+            }
+        }
+    }
+
+  private:
+    Splice once(const Window& window, double margin, const WindowGuard* guard) {
+        Mesh_M::Mesh mesh;
+        const std::vector<std::int32_t> face_of = build_from(window, mesh, report_.loaded);
+        clock_.begin(Stage::removal);
+        MeshRun run(mesh, markers_, margin, options_);
+        report_.marker_size = run.marker_size();
+        if (guard != nullptr) {
+            run.look_first([guard](const CutPlace& place) { guard->before_bodies(place); },
+                           [guard](const CutPlace& place) { guard->before_search(place); });
+        }
+        run.cut();
+        run.close(report_.threads, ticking(clock_));
+        clock_.end();
+        report_.markers = run.reports();
+        return make_splice({window, mesh, face_of, run}, options_.leave_open, report_.markers);
+    }
+
+    const Surface& surface_;
+    const std::vector<Marker>& markers_;
+    const RepairOptions& options_;
+    RepairReport& report_;
+    StageClock& clock_;
+    VertexBits complete_;
+    bool whole_ = false;
+};
+
+} // namespace
+
+Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
+                   const RepairOptions& options, RepairReport& report, StageClock& clock,
+                   const WindowTuning& tuning) {
+    report.threads = team_for(options, markers.size());
+    const TeamSize team(report.threads);
+    OutputCapture capture;
+    clock.begin(Stage::build);
+    const double margin =
+        options.marker_size ? *options.marker_size : 2.0 * mean_side_length(surface);
+    Splice splice = Rounds(surface, markers, options, report, clock).finish(margin, tuning);
+    const auto count = [](std::size_t n) { return static_cast<std::int64_t>(n); };
+    report.vertices_before = static_cast<std::int64_t>(surface.vertex_count());
+    report.faces_before = static_cast<std::int64_t>(surface.face_count() - surface.short_faces());
+    report.vertices_after = report.vertices_before - count(splice.vertices_gone.size()) +
+                            count(splice.new_vertex_count());
+    report.faces_after =
+        report.faces_before - count(splice.faces_gone.size()) + count(splice.faces.size());
+    report.diagnostics = capture.lines();
+    return splice;
+}
+
+} // namespace KVN::toolkit

@@ -1,0 +1,33 @@
+// The road of a repair from a surface to its splice.
+#pragma once
+
+#include "kelvane/toolkit/job/stage_clock.hpp"
+#include "kelvane/toolkit/scan/splice.hpp"
+#include "kelvane/toolkit/windows/surface.hpp"
+
+#include <vector>
+
+namespace KVN::toolkit {
+
+/// How windows are cut. The defaults are for all but tests of them.
+struct WindowTuning {
+    bool guard = true; ///< looks before it reads; without, results may differ from the whole mesh's
+    /// The first windows reach so far beyond the cuts, in margins and in radii of the marker: some
+    /// six to eight edges on common scans, so that one round is nearly always enough.
+    double margins_beyond = 3.0;
+    double radii_beyond = 0.5;
+};
+
+/// Repairs the neighbourhoods of the markers and tells what that changes. They become one mesh in
+/// the order of the surface, which is read again, with wider windows, as long as the run is about
+/// to read beyond them. The result is that of a run over the whole surface, to the bit: that is
+/// also the last resort, where windows do not close or a vertex has more faces than a mesh can
+/// hold.
+///
+/// Fills `report` but for `short_faces` and the stage of the output. Throws InputError for indices
+/// out of range, Cancelled, std::bad_alloc, std::length_error.
+Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
+                   const RepairOptions& options, RepairReport& report, StageClock& clock,
+                   const WindowTuning& tuning = {});
+
+} // namespace KVN::toolkit

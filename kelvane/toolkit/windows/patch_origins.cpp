@@ -1,0 +1,106 @@
+#include "kelvane/toolkit/windows/patch_origins.hpp"
+
+#include <Eigen/Core>
+#include <Eigen/Geometry>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace KVN::toolkit {
+
+namespace {
+
+constexpr std::size_t most_corners = 96; // of a polygon; more change a property by less than 1/255
+
+Eigen::Vector3d widened(const MemS::Point3v<float>& p) {
+    return {p.x, p.y, p.z};
+}
+
+Eigen::Vector3d centre_of(const _face& face) {
+    return (widened(face.verts[0]->pos) + widened(face.verts[1]->pos) +
+            widened(face.verts[2]->pos)) /
+           3.0;
+}
+
+} // namespace
+
+PatchOrigins::PatchOrigins(const std::vector<_vert*>& border) {
+    const std::size_t count = std::min(border.size(), most_corners);
+    for (std::size_t i = 0; i < count; ++i) {
+        corners_.push_back(border[i * border.size() / count]);
+    }
+    Eigen::Vector3d area = Eigen::Vector3d::Zero(); // twice the polygon's, along its normal
+    for (std::size_t i = 0; i < count; ++i) {
+        area += widened(corners_[i]->pos).cross(widened(corners_[(i + 1) % count]->pos));
+    }
+    const Eigen::Vector3d normal =
+        area.norm() > 0.0 ? Eigen::Vector3d(area.normalized()) : Eigen::Vector3d::UnitZ();
+    const Eigen::Vector3d u = normal.unitOrthogonal();
+    const Eigen::Vector3d v = normal.cross(u);
+    std::copy(u.data(), u.data() + 3, axis_u_);
+    std::copy(v.data(), v.data() + 3, axis_v_);
+    plane_.resize(2 * count);
+    for (std::size_t i = 0; i < count; ++i) {
+        project(corners_[i]->pos, &plane_[2 * i]);
+    }
+}
+
+void PatchOrigins::project(const MemS::Point3v<float>& point, double* uv) const {
+    uv[0] = axis_u_[0] * point.x + axis_u_[1] * point.y + axis_u_[2] * point.z;
+    uv[1] = axis_v_[0] * point.x + axis_v_[1] * point.y + axis_v_[2] * point.z;
+}
+
+std::vector<PatchOrigins::Origin> PatchOrigins::of_vertex(const MemS::Point3v<float>& point) const {
+    const std::size_t count = corners_.size();
+    double at[2];
+    project(point, at);
+    std::vector<double> length(count);
+    std::vector<double> half_tangent(count); // of the angle from corner i to the next
+    for (std::size_t i = 0; i < count; ++i) {
+        length[i] = std::hypot(plane_[2 * i] - at[0], plane_[2 * i + 1] - at[1]);
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t j = (i + 1) % count;
+        const double ax = plane_[2 * i] - at[0], ay = plane_[2 * i + 1] - at[1];
+        const double bx = plane_[2 * j] - at[0], by = plane_[2 * j + 1] - at[1];
+        const double cross = ax * by - ay * bx;
+        const double dot = ax * bx + ay * by;
+        // tan(angle / 2) = (|a| |b| - a.b) / (a x b)
+        half_tangent[i] = cross == 0.0 ? 0.0 : (length[i] * length[j] - dot) / cross;
+    }
+    std::vector<Origin> origins;
+    double sum = 0.0;
+    for (std::size_t i = 0; i < count; ++i) {
+        const double tangents = half_tangent[(i + count - 1) % count] + half_tangent[i];
+        const double weight = length[i] > 0.0 ? tangents / length[i] : 0.0;
+        if (weight > 0.0 && std::isfinite(weight)) {
+            origins.push_back({corners_[i], weight});
+            sum += weight;
+        }
+    }
+    if (origins.empty()) {
+        const auto nearest = std::min_element(length.begin(), length.end()) - length.begin();
+        return {{corners_[static_cast<std::size_t>(nearest)], 1.0}};
+    }
+    for (Origin& origin : origins) {
+        origin.weight /= sum;
+    }
+    return origins;
+}
+
+const _face* PatchOrigins::of_face(const _face& face) const {
+    const Eigen::Vector3d centre = centre_of(face);
+    const _face* nearest = nullptr;
+    double least = std::numeric_limits<double>::infinity();
+    for (const _face* candidate : faces_) {
+        const double distance = (centre_of(*candidate) - centre).squaredNorm();
+        if (distance < least) {
+            least = distance;
+            nearest = candidate;
+        }
+    }
+    return nearest;
+}
+
+} // namespace KVN::toolkit

@@ -1,0 +1,114 @@
+#include "kelvane/toolkit/windows/reach.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace KVN::toolkit {
+
+namespace {
+
+constexpr int most_cells = 64; // per axis: a million bytes or so of grid at most
+
+bool is_finite(const Capsule& capsule) {
+    double sum = capsule.radius;
+    for (int k = 0; k < 3; ++k) {
+        sum += static_cast<double>(capsule.from[k]) + capsule.to[k];
+    }
+    return std::isfinite(sum);
+}
+
+bool inside(const Capsule& capsule, const float* point) {
+    double along = 0.0;
+    double length2 = 0.0;
+    double axis[3];
+    double offset[3];
+    for (int k = 0; k < 3; ++k) {
+        axis[k] = static_cast<double>(capsule.to[k]) - capsule.from[k];
+        offset[k] = static_cast<double>(point[k]) - capsule.from[k];
+        along += axis[k] * offset[k];
+        length2 += axis[k] * axis[k];
+    }
+    const double t = length2 > 0.0 ? std::clamp(along / length2, 0.0, 1.0) : 0.0;
+    double distance2 = 0.0;
+    for (int k = 0; k < 3; ++k) {
+        const double d = offset[k] - t * axis[k];
+        distance2 += d * d;
+    }
+    return distance2 <= capsule.radius * capsule.radius;
+}
+
+} // namespace
+
+Reach::Reach(const std::vector<Capsule>& capsules) {
+    std::copy_if(capsules.begin(), capsules.end(), std::back_inserter(capsules_), is_finite);
+    lower_.fill(std::numeric_limits<double>::infinity());
+    upper_.fill(-std::numeric_limits<double>::infinity());
+    const auto low = [](const Capsule& c, int k) {
+        return static_cast<double>(std::min(c.from[k], c.to[k])) - c.radius;
+    };
+    const auto high = [](const Capsule& c, int k) {
+        return static_cast<double>(std::max(c.from[k], c.to[k])) + c.radius;
+    };
+    double widest = 0.0;
+    for (const Capsule& c : capsules_) {
+        for (int k = 0; k < 3; ++k) {
+            lower_[k] = std::min(lower_[k], low(c, k));
+            upper_[k] = std::max(upper_[k], high(c, k));
+            widest = std::max(widest, high(c, k) - low(c, k));
+        }
+    }
+    for (int k = 0; k < 3; ++k) {
+        const double extent = upper_[k] - lower_[k];
+        const double wanted = widest > 0.0 ? std::ceil(extent / widest) : 1.0;
+        cells_[k] = static_cast<int>(std::clamp(wanted, 1.0, static_cast<double>(most_cells)));
+        per_cell_[k] = extent > 0.0 ? cells_[k] / extent : 0.0;
+    }
+    const auto each_cell = [&](const Capsule& c, const auto& visit) {
+        for (int z = cell(low(c, 2), 2); z <= cell(high(c, 2), 2); ++z) {
+            for (int y = cell(low(c, 1), 1); y <= cell(high(c, 1), 1); ++y) {
+                for (int x = cell(low(c, 0), 0); x <= cell(high(c, 0), 0); ++x) {
+                    visit((static_cast<std::size_t>(z) * cells_[1] + y) * cells_[0] + x);
+                }
+            }
+        }
+    };
+    begin_.assign(static_cast<std::size_t>(cells_[0]) * cells_[1] * cells_[2] + 1, 0);
+    for (const Capsule& c : capsules_) {
+        each_cell(c, [&](std::size_t at) { ++begin_[at + 1]; });
+    }
+    for (std::size_t i = 1; i < begin_.size(); ++i) {
+        begin_[i] += begin_[i - 1];
+    }
+    entries_.resize(begin_.back());
+    std::vector<std::uint32_t> next(begin_.begin(), begin_.end() - 1);
+    for (std::size_t i = 0; i < capsules_.size(); ++i) {
+        each_cell(capsules_[i],
+                  [&](std::size_t at) { entries_[next[at]++] = static_cast<std::uint32_t>(i); });
+    }
+}
+
+int Reach::cell(double value, int axis) const {
+    const double at = (value - lower_[axis]) * per_cell_[axis];
+    return static_cast<int>(std::clamp(at, 0.0, static_cast<double>(cells_[axis] - 1)));
+}
+
+bool Reach::holds(const float* point) const {
+    for (int k = 0; k < 3; ++k) {
+        // False for a coordinate that is not a number as well.
+        if (!(point[k] >= lower_[k] && point[k] <= upper_[k])) {
+            return false;
+        }
+    }
+    const std::size_t at =
+        (static_cast<std::size_t>(cell(point[2], 2)) * cells_[1] + cell(point[1], 1)) * cells_[0] +
+        cell(point[0], 0);
+    for (std::uint32_t i = begin_[at]; i < begin_[at + 1]; ++i) {
+        if (inside(capsules_[entries_[i]], point)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace KVN::toolkit

@@ -1,0 +1,227 @@
+#include "kelvane/toolkit/windows/splice_making.hpp"
+
+#include "kelvane/kernel/record_index.hpp"
+#include "kelvane/toolkit/windows/patch_origins.hpp"
+#include "kelvane/toolkit/windows/splice_fates.hpp"
+
+#include <algorithm>
+
+namespace KVN::toolkit {
+
+namespace {
+
+/// Makes the parts of a splice, each once and in this order: what goes, what comes.
+class SpliceMaker {
+  public:
+    SpliceMaker(const Window& window, const Mesh_M::Mesh& mesh,
+                const std::vector<std::int32_t>& face_of)
+        : window_(window), mesh_(mesh), face_of_(face_of),
+          face_goes_(static_cast<std::size_t>(mesh.faces.total()), 0),
+          vertex_goes_(window.vertices.size(), 0) {
+        for (std::int32_t f = 0; f < mesh.faces.total(); ++f) {
+            face_goes_[static_cast<std::size_t>(f)] =
+                mesh.faces.at(f).status == Mesh_R::status_deleted ? 1 : 0;
+        }
+        first_new_face_ = static_cast<std::int32_t>(
+            std::count_if(face_of.begin(), face_of.end(), [](std::int32_t f) { return f >= 0; }));
+        for (std::size_t v = 0; v < vertex_goes_.size(); ++v) {
+            vertex_goes_[v] =
+                mesh.vertices.at(static_cast<std::int32_t>(v)).status == Mesh_R::status_deleted ? 1
+                                                                                                : 0;
+        }
+    }
+
+    /// A face that was deleted stays after all, and so do its corners.
+    void keep(std::int32_t face) {
+        face_goes_[static_cast<std::size_t>(face)] = 0;
+        for (const _vert* v : mesh_.faces.at(face).verts) {
+            vertex_goes_[static_cast<std::size_t>(v->index)] = 0;
+        }
+    }
+
+    /// Lists the vertices and face records that go. A record goes with any of its triangles; those
+    /// of its triangles that would have stayed come back as new faces.
+    void list_what_goes() {
+        for (std::size_t v = 0; v < vertex_goes_.size(); ++v) {
+            if (vertex_goes_[v] != 0) {
+                splice_.vertices_gone.push_back(window_.vertices[v]);
+            }
+        }
+        for (std::size_t begin = 0; begin < window_.records.size();) {
+            std::size_t end = begin;
+            bool goes = false;
+            while (end < window_.records.size() && window_.records[end] == window_.records[begin]) {
+                goes = goes || triangle_goes(end);
+                ++end;
+            }
+            if (goes) {
+                splice_.faces_gone.push_back(window_.records[begin]);
+                for (std::size_t t = begin; t < end; ++t) {
+                    if (!triangle_goes(t)) {
+                        returning_.push_back(t);
+                    }
+                }
+            }
+            begin = end;
+        }
+    }
+
+    /// The patch of one hole.
+    void add_patch(const HoleNote& hole, const std::vector<_vert*>& border) {
+        PatchOrigins origins(border);
+        origins.list_faces([&](const _face* face) { return stays(face); });
+        for (std::int32_t i = 0; i < hole.new_vertices; ++i) {
+            const _vert& v = mesh_.vertices.at(hole.first_vertex + i);
+            add_vertex(v, hole.first_vertex + i);
+            for (const PatchOrigins::Origin& origin : origins.of_vertex(v.pos)) {
+                splice_.origin_vertex.push_back(
+                    window_.vertices[static_cast<std::size_t>(origin.vertex->index)]);
+                splice_.origin_weight.push_back(static_cast<float>(origin.weight));
+            }
+            splice_.origin_begin.push_back(
+                static_cast<std::uint32_t>(splice_.origin_vertex.size()));
+        }
+        for (std::int32_t i = 0; i < hole.new_faces; ++i) {
+            const _face& face = mesh_.faces.at(hole.first_face + i);
+            std::array<std::uint32_t, 3> corners{};
+            for (std::size_t k = 0; k < 3; ++k) {
+                corners[k] = scan_index(face.verts[k]);
+            }
+            splice_.faces.push_back(corners);
+            const _face* origin = origins.of_face(face);
+            splice_.face_origin.push_back(origin != nullptr ? record_of(origin) : any_record());
+        }
+    }
+
+    Splice take() {
+        for (const std::size_t t : returning_) {
+            std::array<std::uint32_t, 3> corners{};
+            for (std::size_t k = 0; k < 3; ++k) {
+                corners[k] =
+                    window_.vertices[static_cast<std::size_t>(window_.triangles[3 * t + k])];
+            }
+            splice_.faces.push_back(corners);
+            splice_.face_origin.push_back(any_record());
+        }
+        if (no_origin_) {
+            splice_.face_origin.clear();
+        }
+        return std::move(splice_);
+    }
+
+  private:
+    bool triangle_goes(std::size_t t) const {
+        if (face_of_[t] >= 0) {
+            return face_goes_[static_cast<std::size_t>(face_of_[t])] != 0;
+        }
+        // One that the mesh refused goes with its corners.
+        return std::any_of(
+            &window_.triangles[3 * t], &window_.triangles[3 * t] + 3,
+            [&](std::int32_t v) { return vertex_goes_[static_cast<std::size_t>(v)] != 0; });
+    }
+
+    void index_faces() {
+        if (triangle_of_.empty()) {
+            triangle_of_.resize(face_goes_.size(), 0);
+            for (std::size_t t = 0; t < face_of_.size(); ++t) {
+                if (face_of_[t] >= 0) {
+                    triangle_of_[static_cast<std::size_t>(face_of_[t])] = t;
+                }
+            }
+        }
+    }
+
+    std::uint64_t record_of(const _face* face) {
+        index_faces();
+        return window_.records[triangle_of_[static_cast<std::size_t>(faces_.of(face))]];
+    }
+
+    /// A face of the scan whose whole record stays.
+    bool stays(const _face* face) {
+        index_faces();
+        const std::int32_t at = faces_.of(face);
+        return at >= 0 && at < first_new_face_ && face->status != Mesh_R::status_deleted &&
+               !is_gone(record_of(face));
+    }
+
+    bool is_gone(std::uint64_t record) const {
+        return std::binary_search(splice_.faces_gone.begin(), splice_.faces_gone.end(), record);
+    }
+
+    /// Any record that stays, for faces at whose border none does.
+    std::uint64_t any_record() {
+        for (const std::uint64_t record : window_.records) {
+            if (!is_gone(record)) {
+                return record;
+            }
+        }
+        no_origin_ = true;
+        return 0;
+    }
+
+    void add_vertex(const _vert& v, std::int32_t place) {
+        if (splice_.origin_begin.empty()) {
+            splice_.origin_begin.push_back(0);
+        }
+        if (new_index_.empty()) {
+            new_index_.resize(static_cast<std::size_t>(mesh_.vertices.total()), 0);
+        }
+        new_index_[static_cast<std::size_t>(place)] =
+            static_cast<std::uint32_t>(window_.vertices_of_scan + splice_.new_vertex_count());
+        splice_.positions.insert(splice_.positions.end(), {v.pos.x, v.pos.y, v.pos.z});
+        splice_.normals.insert(splice_.normals.end(), {v.normal.x, v.normal.y, v.normal.z});
+    }
+
+    std::uint32_t scan_index(const _vert* v) const {
+        const auto place = static_cast<std::size_t>(vertices_.of(v));
+        return place < window_.vertices.size() ? window_.vertices[place] : new_index_[place];
+    }
+
+    const Window& window_;
+    const Mesh_M::Mesh& mesh_;
+    const std::vector<std::int32_t>& face_of_;
+    Mesh_R::RecordIndex<_face> faces_{mesh_.faces};
+    Mesh_R::RecordIndex<_vert> vertices_{mesh_.vertices};
+    std::vector<char> face_goes_;          ///< per face in the store
+    std::vector<char> vertex_goes_;        ///< per vertex of the window
+    std::vector<std::size_t> returning_;   ///< triangles of records that go, but stay themselves
+    std::vector<std::size_t> triangle_of_; ///< per face in the store
+    std::vector<std::uint32_t> new_index_; ///< per vertex in the store, for new ones
+    std::int32_t first_new_face_ = 0;
+    bool no_origin_ = false;
+    Splice splice_;
+};
+
+} // namespace
+
+Splice make_splice(const FinishedRun& finished, bool leave_open,
+                   std::vector<MarkerReport>& reports) {
+    SpliceMaker maker(finished.window, finished.mesh, finished.face_of);
+    const RunNotes& notes = finished.run.notes();
+    std::vector<char> left(notes.regions.size(), 0);
+    if (!leave_open) {
+        const std::vector<std::int32_t> owners = owners_of_faces(finished.mesh, notes);
+        left = places_left(finished.mesh, finished.run, owners, reports);
+        for (std::size_t f = 0; f < owners.size(); ++f) {
+            if (owners[f] >= 0 && left[static_cast<std::size_t>(owners[f])] != 0) {
+                maker.keep(static_cast<std::int32_t>(f));
+            }
+        }
+    }
+    maker.list_what_goes();
+    for (std::size_t h = 0; h < notes.holes.size(); ++h) {
+        if (left[static_cast<std::size_t>(notes.holes[h].marker)] == 0) {
+            maker.add_patch(notes.holes[h], finished.run.borders()[h]);
+        }
+    }
+    return maker.take();
+}
+
+Splice make_cut_splice(const Window& window, const Mesh_M::Mesh& mesh,
+                       const std::vector<std::int32_t>& face_of) {
+    SpliceMaker maker(window, mesh, face_of);
+    maker.list_what_goes();
+    return maker.take();
+}
+
+} // namespace KVN::toolkit

@@ -1,0 +1,133 @@
+#include "kelvane/toolkit/windows/window.hpp"
+
+#include <algorithm>
+#include <limits>
+#include <unordered_map>
+
+namespace KVN::toolkit {
+
+namespace {
+
+/// Faces per vertex, a byte each while they are few.
+class Valences {
+  public:
+    explicit Valences(std::uint64_t vertices) : few_(vertices, 0) {}
+
+    /// Counts one face; the count after it, or 0 while it is below the most that a byte holds.
+    std::uint32_t count(std::uint32_t vertex) {
+        if (few_[vertex] < byte_limit) {
+            ++few_[vertex];
+            return 0;
+        }
+        return byte_limit + ++more_[vertex];
+    }
+
+  private:
+    static constexpr std::uint8_t byte_limit = std::numeric_limits<std::uint8_t>::max();
+    std::vector<std::uint8_t> few_;
+    std::unordered_map<std::uint32_t, std::uint32_t> more_;
+};
+
+// A face brings at most two new edges to each corner, and the lists of a mesh hold 32,767 entries.
+constexpr std::uint32_t most_faces = 16383;
+
+void read_positions(const Surface& surface, Window& window) {
+    window.positions.resize(3 * window.vertices.size());
+    std::vector<float> piece;
+    std::size_t next = 0;
+    in_pieces(surface.vertex_count(), [&](std::uint64_t first, std::uint64_t count) {
+        const std::size_t begin = next;
+        while (next < window.vertices.size() && window.vertices[next] < first + count) {
+            ++next;
+        }
+        if (next == begin) {
+            return;
+        }
+        piece.resize(3 * count);
+        surface.positions_into(first, count, piece.data());
+        for (std::size_t i = begin; i < next; ++i) {
+            const float* from = &piece[3 * (window.vertices[i] - first)];
+            std::copy(from, from + 3, &window.positions[3 * i]);
+        }
+    });
+}
+
+void list_vertices(const VertexBits& complete, Window& window) {
+    window.vertices.assign(window.triangles.begin(), window.triangles.end());
+    for (std::uint64_t v = 0; v < window.vertices_of_scan; ++v) {
+        if (complete.holds(v)) {
+            window.vertices.push_back(static_cast<std::uint32_t>(v));
+        }
+    }
+    std::sort(window.vertices.begin(), window.vertices.end());
+    window.vertices.erase(std::unique(window.vertices.begin(), window.vertices.end()),
+                          window.vertices.end());
+    window.complete.reserve(window.vertices.size());
+    for (const std::uint32_t v : window.vertices) {
+        window.complete.push_back(complete.holds(v) ? 1 : 0);
+    }
+    for (std::int32_t& corner : window.triangles) {
+        const auto at = std::lower_bound(window.vertices.begin(), window.vertices.end(),
+                                         static_cast<std::uint32_t>(corner));
+        corner = static_cast<std::int32_t>(at - window.vertices.begin());
+    }
+}
+
+} // namespace
+
+void add_in_reach(const Surface& surface, const Reach& reach, VertexBits& complete) {
+    std::vector<float> positions;
+    in_pieces(surface.vertex_count(), [&](std::uint64_t first, std::uint64_t count) {
+        positions.resize(3 * count);
+        surface.positions_into(first, count, positions.data());
+        for (std::uint64_t i = 0; i < count; ++i) {
+            if (reach.holds(&positions[3 * i])) {
+                complete.add(first + i);
+            }
+        }
+    });
+}
+
+Window collect_window(const Surface& surface, const VertexBits& complete) {
+    Window window;
+    window.vertices_of_scan = surface.vertex_count();
+    window.records_of_scan = surface.face_count();
+    Valences valences(surface.vertex_count());
+    for_each_triangle(surface, [&](const std::int32_t* corners, std::uint64_t record) {
+        bool wanted = false;
+        for (int k = 0; k < 3; ++k) {
+            wanted = wanted || complete.holds(static_cast<std::uint32_t>(corners[k]));
+            window.overfull = window.overfull ||
+                              valences.count(static_cast<std::uint32_t>(corners[k])) > most_faces;
+        }
+        if (wanted) {
+            window.triangles.insert(window.triangles.end(), corners, corners + 3);
+            window.records.push_back(record);
+        }
+    });
+    list_vertices(complete, window);
+    read_positions(surface, window);
+    return window;
+}
+
+std::vector<std::int32_t> build_from(const Window& window, Mesh_M::Mesh& mesh,
+                                     Mesh_M::BuildReport& report) {
+    report = Mesh_M::build_mesh(mesh, window.positions.data(), window.vertices.size(),
+                                window.triangles.data(), window.triangle_count());
+    // Faces enter the store in order; one that was refused is not followed by its equal.
+    std::vector<std::int32_t> face_of(window.triangle_count(), -1);
+    std::int32_t next = 0;
+    for (std::size_t t = 0; t < face_of.size() && next < mesh.faces.total(); ++t) {
+        const Mesh_R::_face& face = mesh.faces.at(next);
+        bool same = true;
+        for (std::size_t k = 0; k < 3; ++k) {
+            same = same && &mesh.vertices.at(window.triangles[3 * t + k]) == face.verts[k];
+        }
+        if (same) {
+            face_of[t] = next++;
+        }
+    }
+    return face_of;
+}
+
+} // namespace KVN::toolkit
