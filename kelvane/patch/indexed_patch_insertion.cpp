@@ -40,9 +40,10 @@ int RepairMarkers::getVertexIndex(std::vector<_vert*>& candidates, const MyPoint
         const double p[3] = {pos.x, pos.y, pos.z};
         return p[axis] - point.p[axis];
     };
+    // "Not greater" instead of "at most": a difference that is not a number is in the box.
+    const auto outside = [&](int i, int axis) { return std::fabs(offset(i, axis)) > tolerance; };
     for (int i = 0; i < count; ++i) {
-        if (std::fabs(offset(i, 0)) <= tolerance && std::fabs(offset(i, 1)) <= tolerance &&
-            std::fabs(offset(i, 2)) <= tolerance) {
+        if (!outside(i, 0) && !outside(i, 1) && !outside(i, 2)) {
             return i;
         }
     }

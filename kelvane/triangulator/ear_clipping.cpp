@@ -115,6 +115,8 @@ double HoleTriangulator::corner_cost(const _vert* prev, const _vert* cur, const 
 }
 
 _face* HoleTriangulator::add_ear(_vert* a, _vert* b, _vert* c) {
+    // A border that passes a vertex twice, or holds a null, brings such corners here; the kernel
+    // would make an edge from a vertex to itself of them, or read through the null.
     if (a == nullptr || b == nullptr || c == nullptr || a == b || b == c || a == c) {
         return nullptr;
     }

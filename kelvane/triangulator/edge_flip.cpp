@@ -84,6 +84,8 @@ bool HoleTriangulator::flip_edge(_edge* e) {
     _face* const f1 = e->faces[1];
     _vert* const c = opposite_vertex(f0, e);
     _vert* const d = opposite_vertex(f1, e);
+    // Without its two different opposite vertices the new edge would join a vertex to itself; a
+    // full list would refuse it half way through.
     if (c == nullptr || d == nullptr || c == d || !has_room(c) || !has_room(d) ||
         mesh->vertices.find_edge(c, d) != nullptr) {
         return false;

@@ -172,7 +172,7 @@ int HoleTriangulator::split_large_faces(std::vector<_face*>& newFaces,
                                         std::vector<_edge*>& innerEdges) {
     int added = 0;
     const std::size_t standing = newFaces.size();
-    for (std::size_t i = 0; i < standing && mesh->faces.liveCount < faceLimit; ++i) {
+    for (std::size_t i = 0; i < standing && mesh->faces.liveCount < memoryGuard; ++i) {
         _face* f = newFaces[i];
         if (f->status == Mesh_R::status_deleted) {
             continue;

@@ -78,13 +78,14 @@ class HoleTriangulator {
     /// the kept positions only. Where the factorisation fails nothing moves.
     void relax_patch();
 
+    std::vector<std::vector<_vert*>> reservedLoops; ///< always empty
     Mesh* mesh;
     std::vector<_vert*> boundary;
 
-    /// Live faces above which no further vertex is made. A disc of boundary-sized triangles over n
-    /// boundary edges has at most 0.19 n^2 faces, so this only stops what one wild coordinate
-    /// starts.
-    std::int64_t faceLimit;
+    /// Live faces above which no further vertex is made. The passes have no limit of their own on
+    /// what they make; this one only keeps a wild coordinate from taking all memory, and lies far
+    /// above what they make of a border without one (0.19 n^2 faces for n even edges).
+    std::int64_t memoryGuard;
 };
 
 } // namespace KVN

@@ -93,7 +93,7 @@ void HoleTriangulator::split_long_edges(float lmax) {
     for (int pass = 0; pass < max_passes; ++pass) {
         bool split = false;
         const int total = mesh->edges.total(); // edges made meanwhile are for the next pass
-        for (int i = 0; i < total && mesh->faces.liveCount < faceLimit; ++i) {
+        for (int i = 0; i < total && mesh->faces.liveCount < memoryGuard; ++i) {
             _edge& e = mesh->edges.at(i);
             if (is_free(e) && narrowed_squared_length(&e) > limit) {
                 split_edge(&e);

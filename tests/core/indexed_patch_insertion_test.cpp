@@ -18,7 +18,8 @@ TEST(GetVertexIndex, TakesTheFirstWithinTheBoxThenTheNearest) {
     EXPECT_EQ(repair.getVertexIndex(candidates, point(0.0009, 0.0, 0.0)), 0);
     EXPECT_EQ(repair.getVertexIndex(candidates, point(0.001, 0.0, 0.0)), 0);
     EXPECT_EQ(repair.getVertexIndex(candidates, point(0.00101, 0.0, 0.0)), 1);
-    EXPECT_EQ(repair.getVertexIndex(candidates, point(nan_double, 0.0, 0.0)), -1);
+    EXPECT_EQ(repair.getVertexIndex(candidates, point(nan_double, 0.0, 0.0)), 0);   // in the box
+    EXPECT_EQ(repair.getVertexIndex(candidates, point(nan_double, 50.0, 0.0)), -1); // no distance
     EXPECT_EQ(repair.getVertexIndex(candidates, point(1e26, 0.0, 0.0)), -1);
     std::vector<_vert*> none;
     EXPECT_EQ(repair.getVertexIndex(none, point(0, 0, 0)), -1);
