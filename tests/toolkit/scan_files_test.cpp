@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstring>
 #include <limits>
+#include <tuple>
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -137,18 +138,35 @@ TEST(ScanFiles, UnusedAndNotFiniteVerticesStayInPlace) {
     }
 }
 
-TEST(ScanFiles, PolygonsBecomeFansAndShortFacesAreCounted) {
+TEST(ScanFiles, PolygonsBecomeFansAndWhatFilesInTheWildHoldIsForgiven) {
     const test::Folder folder;
-    const std::vector<std::int32_t> fan{0, 1, 2, 0, 2, 3};
-    const std::pair<const char*, std::string> files[] = {
-        {"a.ply", text_header + "3" + text_rest + "2 0 1\n4 0 1 2 3\n1 3\n"},
-        {"a.off", "OFF # a comment\n4 3 0\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n2 0 1\n4 0 1 2 3\n1 3\n"},
-        {"a.obj", "o thing\nv 0 0 0\nv 1 0 0\nvt 0 0\nv 1 1 0\nv 0 1 0\nf 1 2\n"
-                  "f 1/1 2/1 3/1 -1/1\nf 4\n"}};
-    for (const auto& [name, bytes] : files) {
+    const std::string mark = "\xEF\xBB\xBF"; // of byte order
+    const std::string square = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\n";
+    const std::string off = "0 0 0\n1 0 0\n1 1 0\n0 1 0\n";
+    const std::tuple<const char*, const char*, std::string> files[] = {
+        {"polygons", "a.ply", text_header + "3" + text_rest + "2 0 1\n4 0 1 2 3\n1 3\n"},
+        {"polygons", "a.off", "OFF # a comment\n4 3 0\n" + off + "2 0 1\n4 0 1 2 3\n1 3\n"},
+        {"corners and groups", "a.obj",
+         "o thing\nv 0 0 0\nv 1 0 0\nvt 0 0\nv 1 1 0\nv 0 1 0\nf 1 2\nf 1/1 2/1 3/1 -1/1\nf 4"},
+        {"more normals than vertices", "a.obj",
+         square +
+             "vn 0 0 1\nvn 0 0 1\nvn 0 0 1\nvn 0 0 1\nvn 0 0 1\nf 1\nf 2\nf 1//5 2//5 3//5 4//5"},
+        {"lines of blanks and mark", "a.obj",
+         mark + square + " \t\n\n\r\nf 1\r\nf 2\r\nf 1 2 3 4\r\n"},
+        {"tabs, comments, exponents", "a.obj",
+         "mtllib .\nmtllib\nv\t0e0 0 .0#x\nv 1.0E+00 0 0 1 0 0\nv +1 1 -0\nv 0 1 0\nf 1\nf 2\n"
+         "f\t1\t2\t3 4 # x"},
+        {"continued", "a.obj", square + "f 1\nf 2\nf 1 2\\\n 3 \\\r\n4\n"},
+        {"header and counts in a line", "a.off",
+         mark + "COFF 4 3 0\r\n\n0 0 0 255 0 0 1\n1 0 0\n1 1 0\n"
+                "0 1 0\n1 0\n1 0\n4 0 1 2 3 0.5 0 0"},
+    };
+    for (const auto& [what, name, bytes] : files) {
+        SCOPED_TRACE(std::string(name) + ": " + what);
         const Scan read = read_scan(folder.put(name, bytes));
-        EXPECT_EQ(read.triangles, fan) << name;
-        EXPECT_EQ(read.short_faces, 2) << name;
+        EXPECT_EQ(read.triangles, (std::vector<std::int32_t>{0, 1, 2, 0, 2, 3}));
+        EXPECT_EQ(read.positions, (std::vector<float>{0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0}));
+        EXPECT_EQ(read.short_faces, 2);
     }
 }
 

@@ -139,7 +139,7 @@ std::string counts(const Scan& scan) {
 }
 
 std::string ascii_stl_of(const Scan& scan) {
-    std::string text = "solid grid\n";
+    std::string text = "\xEF\xBB\xBFsolid grid\n";
     for (std::size_t f = 0; f < scan.face_count(); ++f) {
         text += " facet normal 0 0 1\n outer loop\n";
         for (std::size_t c = 0; c < 3; ++c) {
@@ -151,7 +151,7 @@ std::string ascii_stl_of(const Scan& scan) {
         }
         text += " endloop\n endfacet\n";
     }
-    return text + "endsolid grid\n";
+    return text + "endsolid grid\n\n";
 }
 
 std::string binary_stl_of(const Scan& scan) {

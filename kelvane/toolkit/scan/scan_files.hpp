@@ -8,17 +8,21 @@
 
 namespace KVN::toolkit {
 
-/// Reads a scan.
+/// Reads a scan. open_scan() reads the same files piece by piece and carries through what arrays
+/// cannot hold.
 ///
-///   .ply  ascii or binary, either byte order. Coordinates of any number type; doubles are
-///   narrowed. .stl  ascii or binary. Corners at exactly equal coordinates become one vertex. .obj
-///   `v` and `f` lines; negative indices count from the end. .off  with or without further values
-///   per vertex and colours per face.
+///   .ply  ascii or binary, either byte order, coordinates of any number type; doubles are narrowed
+///   .stl  ascii or binary; corners at exactly equal coordinates become one vertex
+///   .obj  `v` and `f` statements; negative indices count from the end
+///   .off  with or without further values per vertex and colours per face
 ///
 /// float coordinates keep their bits. Polygons become fans from their first corner; faces with
 /// fewer than 3 corners are left out and counted. Vertices keep the order of the file, also those
-/// that no face uses, and coordinates that are not finite are allowed. Anything else that a file
-/// may hold (normals, colours, texture) is left out.
+/// that no face uses, and coordinates that are not finite are allowed, but in STL. Numbers per
+/// vertex and per face of a PLY file become properties; the triangles of a polygon share its own.
+/// Anything else that a file may hold (lists, texture, groups) is left out. Text may have line ends
+/// of either kind, blank lines, tabs, a mark of byte order, comments behind data, and a last line
+/// without end; OBJ also lines that a backslash continues.
 ///
 /// Throws InputError for a file that is missing, empty, a directory, of another kind, damaged or
 /// cut short, without vertices or without faces, or in which a face names a vertex that does not
@@ -27,9 +31,10 @@ namespace KVN::toolkit {
 /// refuses to read.
 KELVANE_EXPORT Scan read_scan(const std::filesystem::path& file);
 
-/// Writes a scan: PLY binary little endian, STL binary, OBJ and OFF as text with as many digits as
-/// bring the same float back. PLY, OBJ and OFF keep every vertex in its order, bit for bit; STL
-/// knows no vertices, so unused ones and the order are lost there.
+/// Writes a scan: PLY binary in the byte order of the machine, with all properties; STL binary, OBJ
+/// and OFF as text with as many digits as bring the same float back, without properties. PLY, OBJ
+/// and OFF keep every vertex in its order, bit for bit; STL knows no vertices, so unused ones and
+/// the order are lost there.
 ///
 /// The data go to a new file beside `file`, which is renamed when all is on disk: after a failure
 /// the old file is as it was and nothing else is left. A link is followed; a device or pipe is

@@ -205,6 +205,7 @@ class StlScan final : public DecodedScan {
             }
             out.write(walk.raw());
         }
+        out.write(walk.raw()); // what follows the last solid
     }
 
     std::vector<std::string> beyond_arrays() const override {

@@ -5,7 +5,8 @@
 namespace KVN::toolkit {
 
 StlText::Item StlText::next() {
-    begin_ = lines_.offset();
+    begin_ = started_ ? lines_.offset() : 0;
+    started_ = true;
     while (lines_.next()) {
         const std::string keyword = lower_case(lines_.word());
         if (keyword == "facet") {

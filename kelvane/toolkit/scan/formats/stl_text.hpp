@@ -21,7 +21,7 @@ class StlText {
     Item next();
 
     const StlFacet& facet() const { return facet_; }
-    /// The bytes of the item, with its lines' ends and blank lines before it.
+    /// The bytes of the item, with its lines' ends and whatever stands before it.
     std::string_view raw() const {
         return std::string_view(source_.bytes).substr(begin_, lines_.offset() - begin_);
     }
@@ -35,7 +35,8 @@ class StlText {
     const SourceFile& source_;
     TextLines lines_;
     StlFacet facet_{};
-    std::size_t begin_ = 0;
+    std::size_t begin_ = 0; // of the item
+    bool started_ = false;
     bool in_solid_ = false;
 };
 

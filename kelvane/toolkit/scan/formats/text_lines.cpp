@@ -9,6 +9,7 @@ namespace KVN::toolkit {
 namespace {
 
 constexpr std::string_view blanks = " \t\r\v\f";
+constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF"; // some editors begin files with it
 
 std::string_view without_plus(std::string_view text) {
     const bool plus = text.size() > 1 && text[0] == '+' && text[1] != '-';
@@ -98,7 +99,11 @@ std::string_view trimmed(std::string_view text) {
 
 TextLines::TextLines(const SourceFile& source, char comment, std::size_t offset,
                      std::size_t line_number)
-    : source_(source), comment_(comment), offset_(offset), number_(line_number) {}
+    : source_(source), comment_(comment), offset_(offset), number_(line_number) {
+    if (offset == 0 && source.bytes.rfind(byte_order_mark, 0) == 0) {
+        offset_ = byte_order_mark.size();
+    }
+}
 
 bool TextLines::next() {
     const std::string_view all = source_.bytes;

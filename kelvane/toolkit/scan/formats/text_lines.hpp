@@ -27,7 +27,8 @@ std::string quoted(std::string_view text);
 /// `text` without blanks at both ends.
 std::string_view trimmed(std::string_view text);
 
-/// Walks the lines of a source. Lines end with LF, CR LF or the end of the file.
+/// Walks the lines of a source. Lines end with LF, CR LF or the end of the file; a mark of byte
+/// order at the beginning is passed over.
 class TextLines {
   public:
     /// Starts at byte `offset`, which is the beginning of line `line_number`. Text from the
