@@ -74,13 +74,16 @@ inline double load_number(const char* bytes, PlyType type, bool swap) {
         type, [&](auto zero) { return static_cast<double>(load<decltype(zero)>(bytes, swap)); });
 }
 
-/// `value` as a T: integers rounded to the nearest and held within what T can say.
+/// `value` as a T: integers rounded to the nearest and held within what T can say, NaN as 0.
 template <class T>
 T rounded(double value) {
     if constexpr (std::is_floating_point_v<T>) {
         return static_cast<T>(value);
     } else {
         using Limits = std::numeric_limits<T>;
+        if (std::isnan(value)) {
+            return 0;
+        }
         return static_cast<T>(std::clamp(std::nearbyint(value), static_cast<double>(Limits::min()),
                                          static_cast<double>(Limits::max())));
     }
