@@ -67,6 +67,7 @@ Splice middle_splice() {
     splice.origin_vertex = {gone - 1, gone + 1, gone + side};
     splice.origin_weight = {0.25F, 0.75F, 1.0F};
     splice.face_origin = {5, 5, 100};
+    splice.normals = {0.0F, 0.0F, 1.0F, 0.6F, 0.8F, 0.0F};
     return splice;
 }
 

@@ -28,25 +28,37 @@ void append_mixed(std::vector<Property>& properties, const Splice& splice) {
     }
 }
 
+double value_at(const Property& property, std::size_t i) {
+    return std::visit([&](const auto& values) { return static_cast<double>(values[i]); },
+                      property.values);
+}
+
+void set_value(Property& property, std::size_t i, double value) {
+    std::visit(
+        [&](auto& values) {
+            using T = typename std::decay_t<decltype(values)>::value_type;
+            values[i] = rounded<T>(value);
+        },
+        property.values);
+}
+
 /// The values nx, ny, nz of the new vertices, which append_mixed() has mixed one by one.
-void normalise_new(std::vector<Property>& properties, const Splice& splice) {
-    std::vector<float>* axes[3] = {};
+void normalise_new(std::vector<Property>& properties, const Splice& splice, std::size_t old_count) {
+    Property* axes[3] = {};
     for (Property& property : properties) {
         for (int axis = 0; axis < 3; ++axis) {
-            if (property.name == normal_names[axis]) {
-                axes[axis] = std::get_if<std::vector<float>>(&property.values);
-            }
+            axes[axis] = property.name == normal_names[axis] ? &property : axes[axis];
         }
     }
     if (axes[0] == nullptr || axes[1] == nullptr || axes[2] == nullptr) {
         return;
     }
-    const std::size_t old = axes[0]->size() - splice.new_vertex_count();
     for (std::size_t k = 0; k < splice.new_vertex_count(); ++k) {
-        const std::array<double, 3> normal =
-            normal_of(splice, k, {(*axes[0])[old + k], (*axes[1])[old + k], (*axes[2])[old + k]});
+        const std::size_t i = old_count + k;
+        const std::array<double, 3> normal = normal_of(
+            splice, k, {value_at(*axes[0], i), value_at(*axes[1], i), value_at(*axes[2], i)});
         for (std::size_t axis = 0; axis < 3; ++axis) {
-            (*axes[axis])[old + k] = static_cast<float>(normal[axis]);
+            set_value(*axes[axis], i, normal[axis]);
         }
     }
 }
@@ -74,7 +86,7 @@ void apply_splice(Scan& scan, const Splice& splice) {
     const Renumbering renumbering(vertex_count, splice.vertices_gone);
 
     append_mixed(scan.vertex_properties, splice);
-    normalise_new(scan.vertex_properties, splice);
+    normalise_new(scan.vertex_properties, splice, vertex_count);
     scan.positions.insert(scan.positions.end(), splice.positions.begin(), splice.positions.end());
     const auto vertex_stays = [&](std::size_t v) { return !renumbering.is_gone(v); };
     keep_groups(scan.positions, 3, vertex_count, vertex_stays);
