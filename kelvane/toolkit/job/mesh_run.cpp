@@ -1,6 +1,7 @@
 #include "kelvane/toolkit/job/mesh_run.hpp"
 
 #include "kelvane/toolkit/bodies/place_look.hpp"
+#include "kelvane/toolkit/job/patch_mending.hpp"
 #include "kelvane/toolkit/job/patch_soundness.hpp"
 #include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/report/border_words.hpp"
@@ -19,6 +20,26 @@ RepairMarkers repairer(Mesh_M::Mesh* mesh, std::vector<Marker> markers, double m
         run.setResolution(*options.resolution);
     }
     return run;
+}
+
+/// Takes slivers and flipped faces out of a patch that its method has made with the surface around
+/// it in view; false where they resist. One that is faired later is not final yet.
+bool mend(JoinPlace& place) {
+    if (place.normals == nullptr || place.border_places.size() != place.points.size()) {
+        return true;
+    }
+    std::vector<int> in_border;
+    for (const int point : *place.border_points) {
+        in_border.push_back(place.border_places[static_cast<std::size_t>(point)]);
+    }
+    const PatchMending mending =
+        mend_patch(place.points, place.faces, *place.normals, *place.border_points);
+    // Points may have gone; the list of border points keeps its order.
+    place.border_places.assign(place.points.size(), -1);
+    for (std::size_t k = 0; k < in_border.size(); ++k) {
+        place.border_places[static_cast<std::size_t>((*place.border_points)[k])] = in_border[k];
+    }
+    return mending != PatchMending::refused;
 }
 
 Outcome outcome_of(const HoleNote& hole, bool own) {
@@ -127,7 +148,8 @@ void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begi
         }
     };
     places.before_join = [](JoinPlace& place) {
-        return is_sound_patch(place.mesh, place.border,
+        return mend(place) &&
+               is_sound_patch(place.mesh, place.border,
                               {place.points, place.faces, place.normals, place.border_places});
     };
     RunAccess::process(run_, options_.method, threads, places);

@@ -98,6 +98,7 @@ class Rounds {
             }
             clock_.begin(Stage::build);
             const Window window = collect_window(surface_, complete_);
+            notes_ = {round + 1, window.vertices.size()};
             if (window.overfull && !whole_) {
                 whole_ = true;
                 continue;
@@ -110,6 +111,8 @@ class Rounds {
             }
         }
     }
+
+    const WindowNotes& notes() const { return notes_; }
 
   private:
     Splice once(const Window& window, double margin, const WindowGuard* guard) {
@@ -136,20 +139,25 @@ class Rounds {
     StageClock& clock_;
     VertexBits complete_;
     bool whole_ = false;
+    WindowNotes notes_;
 };
 
 } // namespace
 
 Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
                    const RepairOptions& options, RepairReport& report, StageClock& clock,
-                   const WindowTuning& tuning) {
+                   const WindowTuning& tuning, WindowNotes* notes) {
     report.threads = team_for(options, markers.size());
     const TeamSize team(report.threads);
     OutputCapture capture;
     clock.begin(Stage::build);
     const double margin =
         options.marker_size ? *options.marker_size : 2.0 * mean_side_length(surface);
-    Splice splice = Rounds(surface, markers, options, report, clock).finish(margin, tuning);
+    Rounds rounds(surface, markers, options, report, clock);
+    Splice splice = rounds.finish(margin, tuning);
+    if (notes != nullptr) {
+        *notes = rounds.notes();
+    }
     const auto count = [](std::size_t n) { return static_cast<std::int64_t>(n); };
     report.vertices_before = static_cast<std::int64_t>(surface.vertex_count());
     report.faces_before = static_cast<std::int64_t>(surface.face_count() - surface.short_faces());

@@ -1,6 +1,7 @@
 // The road of a repair from a surface to its splice.
 #pragma once
 
+#include "kelvane/export.hpp"
 #include "kelvane/toolkit/job/stage_clock.hpp"
 #include "kelvane/toolkit/scan/splice.hpp"
 #include "kelvane/toolkit/windows/surface.hpp"
@@ -18,6 +19,12 @@ struct WindowTuning {
     double radii_beyond = 0.5;
 };
 
+/// What became of the windows, for tests.
+struct WindowNotes {
+    int rounds = 0;
+    std::size_t vertices = 0; ///< in the last one
+};
+
 /// Repairs the neighbourhoods of the markers and tells what that changes. They become one mesh in
 /// the order of the surface, which is read again, with wider windows, as long as the run is about
 /// to read beyond them. The result is that of a run over the whole surface, to the bit: that is
@@ -26,8 +33,9 @@ struct WindowTuning {
 ///
 /// Fills `report` but for `short_faces` and the stage of the output. Throws InputError for indices
 /// out of range, Cancelled, std::bad_alloc, std::length_error.
-Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
-                   const RepairOptions& options, RepairReport& report, StageClock& clock,
-                   const WindowTuning& tuning = {});
+KELVANE_EXPORT Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
+                                  const RepairOptions& options, RepairReport& report,
+                                  StageClock& clock, const WindowTuning& tuning = {},
+                                  WindowNotes* notes = nullptr);
 
 } // namespace KVN::toolkit
