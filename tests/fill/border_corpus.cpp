@@ -78,6 +78,18 @@ std::vector<double> withTwins(double gap) {
     return points;
 }
 
+/// The outline of two circles that overlap a little: round, but for a neck.
+std::vector<double> touchingCircles(int perCircle) {
+    std::vector<double> points;
+    for (const double side : {1.0, -1.0}) {
+        for (int i = 0; i < perCircle; ++i) {
+            const double t = 0.1 - pi + 2.0 * (pi - 0.1) * i / perCircle;
+            put(points, side * (5.0 * std::cos(t) + 4.97), side * 5.0 * std::sin(t));
+        }
+    }
+    return points;
+}
+
 std::vector<double> rectangle(int alongX, int alongY) {
     std::vector<double> points;
     for (int i = 0; i < alongX; ++i) {
@@ -166,6 +178,7 @@ std::vector<NamedBorder> borderCorpus() {
         {"crown", circle(90, 4, 7)},
         {"ragged", raggedLoop(80, 0.2, 3)},
         {"knot", knot},
+        {"touching circles", touchingCircles(40)},
         {"figure eight", eight},
         {"pinched", pinched},
         {"comb", comb(6, 10)},

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <limits>
 #include <numeric>
+#include <set>
 #include <thread>
 
 using namespace Mesh_M;
@@ -80,6 +81,21 @@ TEST(FillHole, MakesADiscOverEveryBorder) {
     }
 }
 
+TEST(FillHole, CoversFlatBordersWithoutAFold) {
+    for (const NamedBorder& border : borderCorpus()) {
+        const std::set<std::string> simple{"round", "collinear sides", "touching circles", "comb"};
+        if (simple.count(border.name) > 0) {
+            double area = 0.0; // by the trapezoids under the edges
+            const std::size_t size = border.points.size();
+            for (std::size_t i = 0, j = size - 3; i < size; j = i, i += 3) {
+                area += 0.5 * (border.points[j] - border.points[i]) *
+                        (border.points[i + 1] + border.points[j + 1]);
+            }
+            EXPECT_NEAR(totalArea(fill(border.points)), std::abs(area), 1e-9) << border.name;
+        }
+    }
+}
+
 TEST(FillHole, GivesUpAndLeavesThePatch) {
     const double infinity = std::numeric_limits<double>::infinity();
     MyOFFDataNew patch;
@@ -94,6 +110,7 @@ TEST(FillHole, GivesUpAndLeavesThePatch) {
                                               nan,
                                               {0, 0, 0, 1, 0, infinity, 0, 1, 0},
                                               std::vector<double>(30, 4.0),
+                                              {0, 0, 0, 1e76, 0, 0, 0, 1e76, 0},
                                               line}) {
         EXPECT_LT(Orbrel::fillHoleWithoutFair(border, patch), 0);
         EXPECT_EQ(patch.points.size(), 2u);
