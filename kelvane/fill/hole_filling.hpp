@@ -35,16 +35,16 @@ struct MyOFFDataNew {
 class KELVANE_EXPORT Orbrel {
   public:
     /// Fills the loop of k border points (3k doubles, x, y, z each, in loop order) with a
-    /// topological disc of well-shaped triangles. Every triangle on a border edge traverses it along
-    /// the loop; no inner edge joins two border points when k is above 3; the border points are kept
-    /// as they are and no point is put on a border edge.
+    /// topological disc of well-shaped triangles. Every triangle on a border edge traverses it
+    /// along the loop; no inner edge joins two border points when k is above 3; the border points
+    /// are kept as they are and no point is put on a border edge.
     ///
-    /// Three rows of triangles continue the border's own edge lengths; behind them the wished length
-    /// grows, slowly at first, towards 0.3 per unit of depth. Inside a round loop of 20 edges lie
-    /// about 30 points, of 50 about 190, of 500 about 4,300, of 2,000 about 18,000. Most loops are
-    /// filled in time proportional to the result; strongly folded, narrow or uneven ones, and those
-    /// with one long closing edge, by a minimum-weight triangulation of the border and its
-    /// refinement, which takes several times as long.
+    /// Three rows of triangles continue the border's own edge lengths; behind them the wished
+    /// length grows, slowly at first, towards 0.3 per unit of depth. Inside a round loop of 20
+    /// edges lie about 30 points, of 50 about 180, of 500 about 4,200, of 2,000 about 18,000. Most
+    /// loops are filled in time proportional to the result; strongly folded, narrow or uneven ones,
+    /// and those with one long closing edge, by a minimum-weight triangulation of the border and
+    /// its refinement, which takes several times as long.
     ///
     /// The inner points are meant for a bi-Laplace fairing in the mesh around them: where the
     /// border tells the curvature of the surface, they bulge more than that by the factor, sqrt(2),

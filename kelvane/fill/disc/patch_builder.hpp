@@ -1,7 +1,8 @@
 // The stages that make a patch over a border loop, for use inside this library only.
 //
-// Whole road: triangulate_border -> refine_patch, or both in one call with build_patch. All
-// functions are pure: no shared state, the same bits for the same input.
+// build_patch is the whole of it: rings that follow the border where they suit it, elsewhere
+// triangulate_border and a refinement. All functions are pure: no shared state, the same bits for
+// the same input.
 #pragma once
 
 #include "kelvane/fill/geometry.hpp"
@@ -25,10 +26,11 @@ std::vector<double> border_sizes(const std::vector<Point>& border);
 
 /// Inserts inner points into a triangulated disc, evens them out, and cuts all inner edges that
 /// join two border points (k above 3). `sizes` gives the wished edge length at each border point;
-/// inside it is interpolated. Inner points that the patch has already are kept or dropped as suits
-/// the sizes, so the call may be repeated on a patch whose points were moved. With `keep_shape`
-/// inner points slide within the surface that the patch has on entry; without it they go to a
-/// membrane over the loop. False, with `patch` unchanged, if no valid disc came out.
+/// inside it is interpolated and grows behind the first rows. Inner points that the patch has
+/// already are kept or dropped as suits the sizes, so the call may be repeated on a patch whose
+/// points were moved. With `keep_shape` inner points slide within the surface that the patch has on
+/// entry; without it they go to a membrane over the loop. False, with `patch` unchanged, if no
+/// valid disc came out.
 bool refine_patch(Patch& patch, const std::vector<double>& sizes, bool keep_shape = false);
 
 /// Whether a patch that is a disc over its border loop may be handed out: finite points, no
@@ -36,9 +38,9 @@ bool refine_patch(Patch& patch, const std::vector<double>& sizes, bool keep_shap
 /// between border points.
 bool is_sound_patch(const Patch& patch);
 
-/// All stages on a loop of at least 3 finite points, in coordinates shifted and scaled to unit size
-/// and back. Border points come back unchanged. False, with `patch` unchanged, if no disc was
-/// found.
+/// A patch over a loop of at least 3 finite points, made in coordinates shifted and scaled to unit
+/// size and back. Border points come back unchanged. False, with `patch` unchanged, if no disc was
+/// found or the loop's extent is outside 1e-75 to 1e75.
 bool build_patch(const std::vector<Point>& border, Patch& patch);
 
 } // namespace Mesh_M::fill
