@@ -13,7 +13,6 @@ namespace {
 
 using Coefficients = Eigen::Matrix<double, 6, 1>;
 
-constexpr double band_edges = 4;         // width of the ring of surface that is fitted, in edges
 constexpr double least_facing = 0.3;     // cosine; walls face less
 constexpr std::size_t least_points = 12; // twice the unknowns
 constexpr int reweightings = 8;
@@ -89,6 +88,10 @@ double BaseFit::over(const Eigen::Vector3d& local) const {
     return local.z() - coefficients.dot(terms(local.x() / unit, local.y() / unit));
 }
 
+Eigen::Vector3d BaseFit::normal() const {
+    return Eigen::Vector3d(-coefficients[1] / unit, -coefficients[2] / unit, 1).normalized();
+}
+
 std::optional<BaseFit> fit_base(const MarkerCylinder& cylinder, double edge,
                                 const std::vector<_vert*>& seeds) {
     BaseFit fit;
@@ -138,11 +141,11 @@ bool in_own_disc(const MarkerCylinder& cylinder, const Eigen::Vector3d& local) {
 
 bool is_of_body(const MarkerCylinder& cylinder, double edge, const BaseFit& base,
                 const Eigen::Vector3d& local) {
-    const bool foot_only = base.centre_height() < -foot_depth * cylinder.marker_radius();
-    if (in_own_disc(cylinder, local)) {
-        return foot_only || base.over(local) > standing_edges * edge + base.spread;
+    const double height = base.over(local);
+    if (base.centre_height() < -foot_depth * cylinder.marker_radius()) {
+        return height >= lower_limit(cylinder, edge, base);
     }
-    return foot_only && local.norm() <= cylinder.radius();
+    return in_own_disc(cylinder, local) && height > standing_edges * edge + base.spread;
 }
 
 double foot_height(const MarkerCylinder& cylinder, double edge, const BaseFit& base) {

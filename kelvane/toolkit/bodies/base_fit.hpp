@@ -7,6 +7,8 @@
 
 namespace KVN::toolkit {
 
+constexpr double band_edges = 4; ///< width of the ring of surface that is fitted, in edges
+
 /// Heights of the base in a cylinder's frame, and how well they are known.
 struct BaseFit {
     /// Of 1, x, y, x²-y², xy, x²+y², with x and y over the cylinder's radius.
@@ -17,6 +19,8 @@ struct BaseFit {
 
     /// The height of a point in the frame over the base.
     double over(const Eigen::Vector3d& local) const;
+    /// Unit, in the frame, below the marker's centre.
+    Eigen::Vector3d normal() const;
     double centre_height() const { return coefficients[0]; }
 };
 

@@ -18,6 +18,9 @@ namespace {
 // marker's radius, s the spread of the base. Wider limits take more of what is no body.
 constexpr double most_margin_radii = 1.5; // beyond, the cylinder holds more surface than marker
 constexpr double exit_facing = -0.2;      // at the foot, undercut by noise only
+constexpr double good_aim = 0.99;         // cosine between marker and base: 8 degrees
+constexpr int most_aims = 4;              // on curved surfaces, each foot lies nearer to the last
+constexpr double torn_edges = 2;          // e beyond the cylinder, where holes are of the body
 constexpr double sheet_facing = 0.3;      // the way of the marker
 constexpr double edge_facing = 0.5;       // less below the base is the edge of a sheet
 constexpr double most_bad_exits = 0.1;    // share
@@ -42,6 +45,11 @@ bool has_small_margin(const MarkerCylinder& cylinder) {
     return cylinder.margin() <= most_margin_radii * cylinder.marker_radius();
 }
 
+bool is_raised(const Plan& plan) {
+    return plan.base &&
+           (plan.removal.taken.walls > 0 || plan.removal.finding == BodyFinding::not_bounded);
+}
+
 void take(Plan& plan, const CylinderPart& part, int TakenBody::*counter) {
     plan.vertices.insert(plan.vertices.end(), part.vertices.begin(), part.vertices.end());
     ++(plan.removal.taken.*counter);
@@ -49,15 +57,6 @@ void take(Plan& plan, const CylinderPart& part, int TakenBody::*counter) {
 
 bool is_own_island(const CylinderPart& part, const MarkerCylinder& cylinder) {
     return part.is_island() && (part.touches || lies_near_plane(part, cylinder));
-}
-
-/// Whether the part can be a body at all: a flat place has no vertex left that near to its axis.
-bool may_be_body(const CylinderPart& part, const MarkerCylinder& cylinder) {
-    return part.touches &&
-           std::any_of(part.vertices.begin(), part.vertices.end(), [&](const _vert* v) {
-               const Eigen::Vector3d p = cylinder.local(v);
-               return in_own_disc(cylinder, p) || p.norm() <= cylinder.radius();
-           });
 }
 
 bool is_body(const CylinderPart& part, const Surroundings& around, const BaseFit& base) {
@@ -196,8 +195,10 @@ void plan_specks(const Surroundings& around, Plan& plan) {
     }
 }
 
-Plan not_bounded() {
-    Plan plan;
+/// Refuses all that was planned.
+Plan not_bounded(Plan plan) {
+    plan.vertices.clear();
+    plan.removal.taken = {};
     plan.removal.finding = BodyFinding::not_bounded;
     return plan;
 }
@@ -211,7 +212,7 @@ Plan plan_free(const Surroundings& around) {
         plan.base = fit_base(around.cylinder, around.edge, sheet->exits);
     }
     if (!plan.base || !plan_under_free_body(around, *sheet, plan)) {
-        return not_bounded();
+        return not_bounded(std::move(plan));
     }
     plan_own_islands(around, plan);
     plan_specks(around, plan);
@@ -224,18 +225,17 @@ Plan plan_standing(const Surroundings& around, const std::vector<_vert*>& ring,
     Plan plan;
     plan.edge = around.edge;
     plan_own_islands(around, plan);
-    const MarkerCylinder& cylinder = around.cylinder;
     const bool candidate =
         std::any_of(around.parts.begin(), around.parts.end(),
-                    [&](const CylinderPart& part) { return may_be_body(part, cylinder); });
-    if ((!candidate && plan.vertices.empty()) || !has_small_margin(cylinder)) {
+                    [](const CylinderPart& part) { return part.touches || part.is_island(); });
+    if (!candidate || !has_small_margin(around.cylinder)) {
         return plan;
     }
-    plan.base = fit_base(cylinder, around.edge, base_seeds(around.parts, ring));
-    if (plan.base && !plan_walls(around, region, plan)) {
-        return not_bounded();
-    }
-    if (plan.base && !plan.vertices.empty()) {
+    plan.base = fit_base(around.cylinder, around.edge, base_seeds(around.parts, ring));
+    if (plan.base) {
+        if (!plan_walls(around, region, plan)) {
+            return not_bounded(std::move(plan));
+        }
         plan_specks(around, plan);
     }
     return plan;
@@ -258,6 +258,77 @@ Plan plan_removal(const Mesh& mesh, const MarkerCylinder& cylinder, const Vertic
         return plan_standing(around, ring, region);
     }
     return has_small_margin(cylinder) && !vertices.empty() ? plan_free(around) : Plan();
+}
+
+/// How far from the axis the small holes reach that a body has torn into the surface beside its
+/// foot: those that begin within `torn_edges` of the cylinder and end within the band of the base.
+double torn_reach(const Plan& plan, const MarkerCylinder& cylinder,
+                  const std::vector<_vert*>& ring) {
+    VertexSet seen(ring.begin(), ring.end()); // the cut's own border is no hole
+    double reach = 0;
+    for (_vert* first : plan.base->points) {
+        if (Mesh_R::boundary_edge_count(first) == 0 ||
+            off_axis(cylinder.local(first)) > cylinder.radius() + torn_edges * plan.edge ||
+            !seen.insert(first).second) {
+            continue;
+        }
+        std::vector<_vert*> hole{first};
+        double farthest = 0;
+        for (std::size_t i = 0; i < hole.size(); ++i) {
+            farthest = std::max(farthest, off_axis(cylinder.local(hole[i])));
+            for (int e = 0; e < hole[i]->edgeCount; ++e) {
+                _vert* next = Mesh_R::other_end(hole[i]->edges[e], hole[i]);
+                if (hole[i]->edges[e]->faceCount == 1 && seen.insert(next).second) {
+                    hole.push_back(next);
+                }
+            }
+        }
+        if (farthest <= cylinder.radius() + band_edges * plan.edge) {
+            reach = std::max(reach, farthest);
+        }
+    }
+    return reach;
+}
+
+/// Plans on: along the normal of the base that was found, where the listed one is far from it, and
+/// out to where the surface is whole.
+Plan plan_body(const Mesh& mesh, const VerticesNear& near, const std::vector<_vert*>& ring,
+               const BodyAim& listed, double half_height) {
+    const auto plan_along = [&](const BodyAim& aim) {
+        const MarkerCylinder cylinder(aim.marker, aim.margin, half_height);
+        Plan plan = plan_removal(mesh, cylinder, near, ring);
+        plan.removal.aim = aim;
+        return plan;
+    };
+    const auto cylinder_of = [&](const Plan& plan) {
+        return MarkerCylinder(plan.removal.aim.marker, plan.removal.aim.margin, half_height);
+    };
+    Plan plan = plan_along(listed);
+    for (int round = 0; round < most_aims && is_raised(plan); ++round) {
+        const Eigen::Vector3d normal = cylinder_of(plan).direction(plan.base->normal());
+        const Marker& m = plan.removal.aim.marker;
+        if (cylinder_of(plan).axis().dot(normal) >= good_aim) {
+            break;
+        }
+        const Plan next =
+            plan_along({{m.x, m.y, m.z, static_cast<float>(normal.x()),
+                         static_cast<float>(normal.y()), static_cast<float>(normal.z()), m.radius},
+                        listed.margin});
+        if (!is_raised(next)) {
+            break;
+        }
+        plan = next;
+    }
+    if (is_raised(plan) && plan.removal.finding != BodyFinding::not_bounded) {
+        const double reach = torn_reach(plan, cylinder_of(plan), ring);
+        if (reach > cylinder_of(plan).radius()) {
+            BodyAim wider = plan.removal.aim;
+            wider.margin += reach - cylinder_of(plan).radius();
+            const Plan next = plan_along(wider);
+            plan = next.removal.finding == BodyFinding::not_bounded ? plan : next;
+        }
+    }
+    return plan;
 }
 
 /// The faces at the vertices, by their place in the store.
@@ -318,7 +389,10 @@ void clear_region(std::vector<_vert*>& ring) {
 
 std::vector<BodyRemoval> remove_bodies(CutPlace& place, const VerticesNear& near,
                                        double body_height) {
-    std::vector<BodyRemoval> removals(place.markers.size());
+    std::vector<BodyRemoval> removals;
+    for (const Marker& marker : place.markers) {
+        removals.push_back({BodyFinding::none, {}, {marker, place.margin}});
+    }
     const Mesh_R::RecordIndex<_face> index(place.mesh.faces);
     for (std::size_t i = 0; i < place.markers.size(); ++i) {
         RegionNote& note = place.notes.regions[i];
@@ -328,8 +402,7 @@ std::vector<BodyRemoval> remove_bodies(CutPlace& place, const VerticesNear& near
         std::vector<_vert*>& ring = place.regions[i];
         const double height =
             body_height > 0 ? body_height : default_body_radii * place.markers[i].radius;
-        const MarkerCylinder cylinder(place.markers[i], place.margin, height);
-        Plan plan = plan_removal(place.mesh, cylinder, near, ring);
+        Plan plan = plan_body(place.mesh, near, ring, {place.markers[i], place.margin}, height);
         if (plan.removal.finding == BodyFinding::not_bounded) {
             clear_region(ring);
         } else if (!plan.vertices.empty()) {
@@ -337,7 +410,8 @@ std::vector<BodyRemoval> remove_bodies(CutPlace& place, const VerticesNear& near
             for (_face* face : faces) {
                 place.mesh.faces.dele_face(face);
             }
-            rewrite_region(cylinder, plan, faces, ring);
+            const BodyAim& aim = plan.removal.aim;
+            rewrite_region(MarkerCylinder(aim.marker, aim.margin, height), plan, faces, ring);
             note.faces.insert(note.faces.end(), faces.begin(), faces.end());
             plan.removal.finding = BodyFinding::taken;
             plan.removal.taken.faces = static_cast<int>(faces.size());

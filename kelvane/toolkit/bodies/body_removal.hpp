@@ -3,6 +3,7 @@
 // leaves their walls and feet, and what was found of their undersides.
 #pragma once
 
+#include "kelvane/repair/repair_markers.hpp"
 #include "kelvane/toolkit/bodies/body_report.hpp"
 #include "kelvane/toolkit/bodies/marker_cylinder.hpp"
 
@@ -10,10 +11,18 @@
 
 namespace KVN::toolkit {
 
+/// Where a body was looked for: as listed, or along the normal of the surface that was found below
+/// it, and with the margin that takes in what the body has torn.
+struct BodyAim {
+    Marker marker{};
+    double margin = 0;
+};
+
 /// One marker's body and what came of it.
 struct BodyRemoval {
     BodyFinding finding = BodyFinding::none;
     TakenBody taken;
+    BodyAim aim; ///< for the look at the place after the repair
 };
 
 /// To how many radii above and below its plane a marker's body is looked for, unless told

@@ -29,6 +29,11 @@ class MarkerCylinder {
     double radius() const { return radius_; }
     double margin() const { return radius_ - marker_radius_; }
 
+    Eigen::Vector3d axis() const { return axes_.row(2); }
+    /// Of the marker's frame, in the mesh's.
+    Eigen::Vector3d direction(const Eigen::Vector3d& local) const {
+        return axes_.transpose() * local;
+    }
     /// In the marker's frame: x, y across the axis, z along the normal, from the centre.
     Eigen::Vector3d local(const _vert* v) const;
     /// Cosine between the vertex's normal and the marker's.

@@ -10,7 +10,7 @@ namespace KVN::toolkit {
 
 namespace {
 
-constexpr double most_high_border = 0.1; // share of the border that may stand over the base
+constexpr double most_high = 0.1; // share of border or patch that may stand over the base
 
 bool has_open_cut(const RegionNote& region) {
     return std::any_of(region.faces.begin(), region.faces.end(), [](const _face* face) {
@@ -73,11 +73,12 @@ PlaceFault look_at_place(const Mesh& mesh, const MarkerCylinder& cylinder, const
     const bool standing = std::any_of(parts.begin(), parts.end(), [&](const CylinderPart& part) {
         return part.touches && std::any_of(part.vertices.begin(), part.vertices.end(), stands);
     });
-    const auto high = std::count_if(border.begin(), border.end(), is_high);
-    return standing ||
-                   static_cast<double>(high) > most_high_border * static_cast<double>(border.size())
-               ? PlaceFault::body_left
-               : PlaceFault::none;
+    const auto mostly_high = [&](const std::vector<_vert*>& some) {
+        const auto high = std::count_if(some.begin(), some.end(), is_high);
+        return static_cast<double>(high) > most_high * static_cast<double>(some.size());
+    };
+    return standing || mostly_high(border) || mostly_high(patch) ? PlaceFault::body_left
+                                                                 : PlaceFault::none;
 }
 
 } // namespace KVN::toolkit

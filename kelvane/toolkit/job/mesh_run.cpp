@@ -169,7 +169,9 @@ std::vector<PlaceFault> MeshRun::look() const {
         const RegionNote& region = notes().regions[i];
         const int hole = closed_hole(region, notes().holes);
         if (hole >= 0) {
-            const MarkerCylinder cylinder(markers[i], marker_size(),
+            const BodyAim aim =
+                removals_.empty() ? BodyAim{markers[i], marker_size()} : removals_[i].aim;
+            const MarkerCylinder cylinder(aim.marker, aim.margin,
                                           body_height(options_, markers[i]));
             faults[i] = look_at_place(mesh_, cylinder, near(), region,
                                       notes().holes[static_cast<std::size_t>(hole)]);
