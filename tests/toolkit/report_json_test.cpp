@@ -10,7 +10,7 @@ using namespace KVN::toolkit;
 TEST(ReportJson, SaysWhatTheReportSays) {
     RepairReport report;
     report.markers = {{Outcome::repaired_loop, 30, 40, 100, "", {}},
-                      {Outcome::no_border_found, 0, 0, 0, "too few", {}}};
+                      {Outcome::no_border_found, 0, 0, 0, "too few", {2, 4, 1, 300, -8.0}}};
     report.loaded.duplicate = 2;
     report.short_faces = 1;
     report.times = {{Stage::build, 0.123456789}, {Stage::fill, 0.25}};
@@ -26,10 +26,12 @@ TEST(ReportJson, SaysWhatTheReportSays) {
     EXPECT_EQ(json["markers"][0]["outcome"], "repaired_loop");
     EXPECT_EQ(json["markers"][0]["new_faces"], 100);
     EXPECT_EQ(json["markers"][1]["repaired"], false);
+    EXPECT_EQ(json["markers"][1]["body"]["specks"], 4);
+    EXPECT_FALSE(json["markers"][0].contains("body"));
     EXPECT_EQ(json["repaired"], 1);
     EXPECT_EQ(json["unrepaired"], 1);
-    EXPECT_EQ(json["refused_faces"]["duplicate"], 2);
-    EXPECT_EQ(json["refused_faces"]["too_few_corners"], 1);
+    EXPECT_EQ(json["dropped_faces"]["duplicate"], 2);
+    EXPECT_EQ(json["dropped_faces"]["too_few_corners"], 1);
     EXPECT_EQ(json["seconds"]["build"], 0.123);
     EXPECT_EQ(json["diagnostics"][0], "a \"line\"\t");
 }

@@ -130,6 +130,15 @@ std::vector<CylinderPart> parts_above(const Surroundings& around, const BaseFit&
     return connected_parts(vertices, region);
 }
 
+bool reaches_own_disc(const Surroundings& around) {
+    return std::any_of(around.parts.begin(), around.parts.end(), [&](const CylinderPart& part) {
+        return part.touches && !part.is_island() &&
+               std::any_of(part.vertices.begin(), part.vertices.end(), [&](const _vert* v) {
+                   return in_own_disc(around.cylinder, around.cylinder.local(v));
+               });
+    });
+}
+
 /// Plans the walls of a body that stands on the surface; false if one's foot is not found.
 bool plan_walls(const Surroundings& around, const VertexSet& region, Plan& plan) {
     for (const CylinderPart& part : parts_above(around, *plan.base, region)) {
@@ -232,10 +241,10 @@ Plan plan_standing(const Surroundings& around, const std::vector<_vert*>& ring,
         return plan;
     }
     plan.base = fit_base(around.cylinder, around.edge, base_seeds(around.parts, ring));
+    if (plan.base ? !plan_walls(around, region, plan) : reaches_own_disc(around)) {
+        return not_bounded(std::move(plan));
+    }
     if (plan.base) {
-        if (!plan_walls(around, region, plan)) {
-            return not_bounded(std::move(plan));
-        }
         plan_specks(around, plan);
     }
     return plan;

@@ -61,24 +61,23 @@ PlaceFault look_at_place(const Mesh& mesh, const MarkerCylinder& cylinder, const
             return PlaceFault::part_left;
         }
     }
-    if (!base) {
-        return PlaceFault::none;
-    }
+    // Without a base, nothing of the old surface is expected on the marker's own disc.
     const auto stands = [&](const _vert* v) {
-        return made.count(v) == 0 && is_of_body(cylinder, edge, *base, cylinder.local(v));
-    };
-    const auto is_high = [&](const _vert* v) {
-        return base->over(cylinder.local(v)) > foot_height(cylinder, edge, *base);
+        const Eigen::Vector3d p = cylinder.local(v);
+        return made.count(v) == 0 &&
+               (base ? is_of_body(cylinder, edge, *base, p) : in_own_disc(cylinder, p));
     };
     const bool standing = std::any_of(parts.begin(), parts.end(), [&](const CylinderPart& part) {
         return part.touches && std::any_of(part.vertices.begin(), part.vertices.end(), stands);
     });
     const auto mostly_high = [&](const std::vector<_vert*>& some) {
-        const auto high = std::count_if(some.begin(), some.end(), is_high);
+        const auto high = std::count_if(some.begin(), some.end(), [&](const _vert* v) {
+            return base->over(cylinder.local(v)) > foot_height(cylinder, edge, *base);
+        });
         return static_cast<double>(high) > most_high * static_cast<double>(some.size());
     };
-    return standing || mostly_high(border) || mostly_high(patch) ? PlaceFault::body_left
-                                                                 : PlaceFault::none;
+    return standing || (base && (mostly_high(border) || mostly_high(patch))) ? PlaceFault::body_left
+                                                                             : PlaceFault::none;
 }
 
 } // namespace KVN::toolkit

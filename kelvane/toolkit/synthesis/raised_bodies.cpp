@@ -192,6 +192,12 @@ class BodyBuilder {
         return {x_.dot(d), y_.dot(d), z_.dot(d)};
     }
 
+    /// Not the other side of a thin sheet.
+    bool faces_up(const std::int32_t* t) const {
+        const Vector3d a = local(t[0]);
+        return (local(t[1]) - a).cross(local(t[2]) - a).z() > 0;
+    }
+
     std::int32_t add_vertex(const Vector3d& at) {
         const Vector3d noise(random_.normal(), random_.normal(), random_.normal());
         const Vector3d p =
@@ -216,10 +222,11 @@ class BodyBuilder {
         std::map<std::pair<std::int32_t, std::int32_t>, int> gone;
         for (std::size_t f = 0; f < scan_.triangles.size(); f += 3) {
             const std::int32_t* t = &scan_.triangles[f];
-            const bool inside = std::any_of(t, t + 3, [&](std::int32_t v) {
-                const Vector3d p = local(v);
-                return p.head<2>().norm() <= radius && std::fabs(p.z()) <= radius;
-            });
+            const bool inside =
+                faces_up(t) && std::any_of(t, t + 3, [&](std::int32_t v) {
+                    const Vector3d p = local(v);
+                    return p.head<2>().norm() <= radius && std::fabs(p.z()) <= radius;
+                });
             if (!inside) {
                 kept.insert(kept.end(), t, t + 3);
                 continue;
