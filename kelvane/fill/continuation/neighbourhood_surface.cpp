@@ -189,6 +189,11 @@ bool read_scene(const std::vector<double>& soup, const std::vector<double>& bord
     scene = HoleScene();
     const std::vector<int> index = weld(positions, scene.points);
     scene.border.assign(index.begin() + static_cast<std::ptrdiff_t>(corners), index.end());
+    std::vector<int> ordered = scene.border;
+    std::sort(ordered.begin(), ordered.end());
+    if (std::adjacent_find(ordered.begin(), ordered.end()) != ordered.end()) {
+        return false; // a patch over such a loop would use an edge twice
+    }
     for (std::size_t i = 0; i < loop.size(); ++i) { // equal, but perhaps by the sign of a zero
         scene.points[static_cast<std::size_t>(scene.border[i])] = loop[i];
     }

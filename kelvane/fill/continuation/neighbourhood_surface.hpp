@@ -14,7 +14,7 @@ struct HoleScene {
     std::vector<Point> points;
     std::vector<Triangle> surroundings; ///< wound as the mesh; may be empty
     std::vector<Triangle> patch;        ///< wound as the mesh; may be empty
-    std::vector<int> border;            ///< the loop; a point may occur twice
+    std::vector<int> border;            ///< the loop; no point occurs twice
     std::vector<char> movable;          ///< per point: an inner point of the patch
 };
 
@@ -30,7 +30,7 @@ struct HoleScene {
 /// movable.
 ///
 /// False if a vector has the wrong length, a number is not finite, or the border has fewer than 3
-/// points; `scene` is then undefined.
+/// points or two in one place; `scene` is then undefined.
 bool read_scene(const std::vector<double>& soup, const std::vector<double>& border,
                 bool hole_included, int surrounding_faces, HoleScene& scene);
 
