@@ -1,6 +1,6 @@
 #include "kelvane/fill/continuation/residual_field.hpp"
 
-#include <Eigen/Eigenvalues>
+#include "kelvane/fill/continuation/shifted_tridiagonal.hpp"
 
 #include <cmath>
 
@@ -39,21 +39,20 @@ void ResidualField::fit(const std::vector<Eigen::Vector2d>& places,
                 kernel(i, j) = matern(distance, range);
             }
         }
-        const Eigen::SelfAdjointEigenSolver<Eigen::MatrixXd> solver(kernel); // lower part only
-        const Eigen::ArrayXd rotated = solver.eigenvectors().transpose() * residuals;
-        const Eigen::ArrayXd values = solver.eigenvalues().array().max(0.0);
+        ShiftedTridiagonal solver(kernel); // reads the lower part only
+        const Eigen::VectorXd rotated = solver.rotate(residuals);
         for (double exponent = -5.0; exponent <= 2.0; exponent += 0.25) {
             const double ratio = std::pow(10.0, exponent); // noise variance to field variance
-            const Eigen::ArrayXd total = values + ratio;
-            const double cost =
-                samples * std::log((rotated.square() / total).sum() / samples) + total.log().sum();
+            solver.shift(ratio);
+            const double cost = samples * std::log(solver.quadratic(rotated) * ratio / samples) +
+                                solver.log_determinant();
             if (!(cost < best)) {
                 continue;
             }
             best = cost;
             range_ = range;
             places_ = places;
-            coefficients_ = solver.eigenvectors() * (rotated / total).matrix();
+            coefficients_ = solver.rotate_back(solver.solve(rotated));
         }
     }
 }
