@@ -13,9 +13,10 @@ int Orbrel::fairing(const std::vector<double>& neighbourhood, const int& neighbo
         scene.patch.empty()) {
         return -1;
     }
-    fill::continue_surface(scene);
+    const Placement placement =
+        fill::continue_surface(fill::HeightField(scene), fill::Finish::even, scene);
     fill::write_patch(scene, points, faces, normals, borderIndices);
-    return 0;
+    return static_cast<int>(placement);
 }
 
 } // namespace Mesh_M

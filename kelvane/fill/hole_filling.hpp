@@ -31,6 +31,14 @@ struct MyOFFDataNew {
     int innerCount = 0; ///< number of points behind the border
 };
 
+/// How fillHole2 and fairing placed the inner points; the value of their non-negative results.
+enum class Placement {
+    continued, ///< on a smooth height field learnt from the surroundings
+    blended,   ///< between that field and a fairing: the surroundings are rough
+    faired,    ///< faired on the mesh: the surroundings are no height field
+    unchanged  ///< where the patch had them: nothing else was sound
+};
+
 /// The hole filler; has no state.
 class KELVANE_EXPORT Orbrel {
   public:
@@ -59,9 +67,10 @@ class KELVANE_EXPORT Orbrel {
     /// curvature. `neighbourhood` has twelve doubles per triangle of that surface: its normal and
     /// its three corners, wound as the mesh is.
     ///
-    /// Returns 0 and fills the four lists: the patch's points, its triangles, one unit normal per
-    /// triangle, and the indices of the points that are border points, whose coordinates are those
-    /// given. On a negative result the four lists stay as they were.
+    /// Returns a Placement as a number and fills the four lists: the patch's points, its triangles,
+    /// one unit normal per triangle, and the indices of the points that are border points, whose
+    /// coordinates are those given. On a negative result, as for two border points in one place,
+    /// the four lists stay as they were.
     int fillHole2(const std::vector<double>& neighbourhood, const std::vector<double>& border,
                   std::vector<MyPoint3>& points, std::vector<MyFace>& faces,
                   std::vector<MyPoint3>& normals, std::vector<int>& borderIndices);

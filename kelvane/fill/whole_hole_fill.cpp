@@ -69,17 +69,21 @@ int Orbrel::fillHole2(const std::vector<double>& neighbourhood, const std::vecto
     }
     fill::HoleScene scene = around;
     fill::adopt_patch(patch, scene);
-    fill::continue_surface(scene);
+    const fill::HeightField field(around);
+    fill::continue_surface(field, fill::Finish::draft, scene);
 
     // A curved surface has more room than the membrane that the patch began as.
     fill::Patch denser = fill::to_patch(scene, patch);
     if (fill::refine_patch(denser, fill::surrounding_sizes(scene, loop), true)) {
         scene = around;
         fill::adopt_patch(denser, scene);
-        fill::continue_surface(scene);
+    } else {
+        scene = around;
+        fill::adopt_patch(patch, scene);
     }
+    const Placement placement = fill::continue_surface(field, fill::Finish::even, scene);
     fill::write_patch(scene, points, faces, normals, borderIndices);
-    return 0;
+    return static_cast<int>(placement);
 }
 
 } // namespace Mesh_M

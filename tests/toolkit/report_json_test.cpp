@@ -30,8 +30,8 @@ TEST(ReportJson, SaysWhatTheReportSays) {
     EXPECT_FALSE(json["markers"][0].contains("body"));
     EXPECT_EQ(json["repaired"], 1);
     EXPECT_EQ(json["unrepaired"], 1);
-    EXPECT_EQ(json["dropped_faces"]["duplicate"], 2);
-    EXPECT_EQ(json["dropped_faces"]["too_few_corners"], 1);
+    EXPECT_EQ(json["refused_faces"]["duplicate"], 2);
+    EXPECT_EQ(json["refused_faces"]["too_few_corners"], 1);
     EXPECT_EQ(json["seconds"]["build"], 0.123);
     EXPECT_EQ(json["diagnostics"][0], "a \"line\"\t");
 }

@@ -36,23 +36,18 @@ Eigen::Vector3d ArcExcess::gradient(const Eigen::Vector2d& place) const {
     return scale * of_product + x.dot(turn) * scale * scale / root * of_square;
 }
 
-Disc enclose(const std::vector<Eigen::Vector2d>& places,
-             const std::vector<Eigen::Vector2d>& others) {
+Disc enclose(const std::vector<Eigen::Vector2d>& places) {
     Eigen::Vector2d low = places.front();
     Eigen::Vector2d high = places.front();
-    for (const auto* list : {&places, &others}) {
-        for (const Eigen::Vector2d& p : *list) {
-            low = low.cwiseMin(p);
-            high = high.cwiseMax(p);
-        }
+    for (const Eigen::Vector2d& p : places) {
+        low = low.cwiseMin(p);
+        high = high.cwiseMax(p);
     }
     Disc disc;
     disc.centre = 0.5 * (low + high);
     double radius = 0.0;
-    for (const auto* list : {&places, &others}) {
-        for (const Eigen::Vector2d& p : *list) {
-            radius = std::max(radius, (p - disc.centre).norm());
-        }
+    for (const Eigen::Vector2d& p : places) {
+        radius = std::max(radius, (p - disc.centre).norm());
     }
     if (radius > 0.0) {
         disc.radius = radius;

@@ -25,9 +25,8 @@ struct Disc {
     double radius = 1.0;
 };
 
-/// The disc around the middle of the bounding box that holds both lists; `places` is not empty.
-Disc enclose(const std::vector<Eigen::Vector2d>& places,
-             const std::vector<Eigen::Vector2d>& others);
+/// The disc around the middle of the bounding box that holds all places; there is at least one.
+Disc enclose(const std::vector<Eigen::Vector2d>& places);
 
 struct ArcFit {
     ArcExcess arc;

@@ -1,13 +1,16 @@
 #include "kelvane/fill/continuation/height_model.hpp"
 
+#include "kelvane/fill/continuation/shifted_tridiagonal.hpp"
 #include "kelvane/fill/geometry.hpp"
 
-#include <Eigen/Eigenvalues>
 #include <Eigen/QR>
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
+#include <numeric>
+#include <utility>
 
 namespace Mesh_M::fill {
 
@@ -15,7 +18,7 @@ namespace {
 
 constexpr int free_degree = 2;
 constexpr int free_terms = DiscPolynomials::term_count(free_degree);
-constexpr int robust_rounds = 5;
+constexpr int robust_rounds = 3;
 // Student-t likelihood with this many degrees of freedom (Lange, Little & Taylor 1989).
 constexpr double tail_freedom = 5.0;
 // From the median absolute deviation to the standard deviation of a normal law.
@@ -48,20 +51,18 @@ Eigen::VectorXd outlier_weights(const Eigen::VectorXd& residuals, double resolut
 
 } // namespace
 
-// The likelihood of one prior in the eigenbasis of its part of the design: a sum over eigenvalues
-// for each noise ratio instead of a factorisation. Restricted likelihood: Patterson & Thompson
-// 1971.
+// The likelihood of one prior: a pass over a tridiagonal form for each noise ratio. Restricted
+// likelihood: Patterson & Thompson 1971.
 struct HeightModel::Evidence {
     Eigen::VectorXd scale; // prior standard deviation per prior term
-    Eigen::VectorXd eigenvalues;
-    Eigen::MatrixXd eigenvectors;
-    Eigen::VectorXd projected; // samples in the eigenbasis, times the singular values
-    double length = 0.0;       // squared length of the samples beyond the free terms
-    double freedom = 1.0;      // count of samples beyond the free terms
+    ShiftedTridiagonal system;
+    bool rough;
+    double freedom;                // count of samples beyond the free terms
+    Eigen::VectorXd projected[2];  // samples without and with arcs taken off, in the system's basis
+    double length[2] = {0.0, 0.0}; // their squared lengths beyond the free terms
 
-    Evidence(const Eigen::MatrixXd& block, const Fall& fall, const DiscPolynomials& basis,
-             double count)
-        : scale(block.cols()), freedom(count) {
+    static Eigen::VectorXd deviations(const Fall& fall, const DiscPolynomials& basis) {
+        Eigen::VectorXd scale(basis.terms() - free_terms);
         double deviation = 1.0;
         for (int k = 0, last = free_degree; k < scale.size(); ++k) {
             const int degree = basis.degree_of(free_terms + k);
@@ -71,60 +72,52 @@ struct HeightModel::Evidence {
             last = degree;
             scale[k] = deviation;
         }
-        const Eigen::MatrixXd scaled = block * scale.asDiagonal();
-        const Eigen::SelfAdjointEigenSolver<Eigen::MatrixXd> solver(scaled.transpose() * scaled);
-        eigenvalues = solver.eigenvalues().cwiseMax(0.0);
-        eigenvectors = solver.eigenvectors();
+        return scale;
     }
 
-    void take(const Eigen::MatrixXd& block, const Eigen::VectorXd& samples, double tail) {
-        projected = eigenvectors.transpose() *
-                    scale.cwiseProduct(block.transpose() * samples.head(block.rows()));
-        length = samples.squaredNorm() + tail;
+    Evidence(const Eigen::MatrixXd& gram, const Fall& fall, const DiscPolynomials& basis,
+             double count)
+        : scale(deviations(fall, basis)), system(scale.asDiagonal() * gram * scale.asDiagonal()),
+          rough(fall.rough), freedom(count) {}
+
+    void take(int arc, const Eigen::VectorXd& gradient, double squares) {
+        projected[arc] = system.rotate(scale.cwiseProduct(gradient));
+        length[arc] = squares;
     }
 
-    double top() const { return std::max(eigenvalues.maxCoeff(), 1e-300); }
-
-    double variance(double ratio, double floor) const {
-        const double explained = (projected.array().square() / (eigenvalues.array() + ratio)).sum();
-        return std::max((length - explained) / freedom, floor);
-    }
-
-    // Minus twice the logarithm of the likelihood, up to a constant.
-    double cost(double ratio, double floor) const {
-        return freedom * std::log(variance(ratio, floor)) +
-               (eigenvalues.array() / ratio).log1p().sum();
-    }
-
-    Eigen::VectorXd solution(double ratio) const {
-        const Eigen::VectorXd damped = (projected.array() / (eigenvalues.array() + ratio)).matrix();
-        return scale.cwiseProduct(eigenvectors * damped);
+    double variance(int arc, double floor) const {
+        return std::max((length[arc] - system.quadratic(projected[arc])) / freedom, floor);
     }
 };
 
 // Average over all candidates by their likelihood (Hoeting, Madigan, Raftery & Volinsky 1999).
 struct HeightModel::Mixture {
     struct Entry {
-        double cost;
-        Eigen::VectorXd prior;
-        double arc;
+        double cost; // minus twice the logarithm of the likelihood, up to a constant
+        double ratio;
         double variance;
-        bool rough;
+        std::size_t prior;
+        int arc;
     };
+    std::vector<Evidence> priors;
     std::vector<Entry> entries;
     double best = std::numeric_limits<double>::infinity();
 
-    void scan(const Evidence& evidence, double arc, bool rough, double floor) {
+    void scan(std::size_t prior, int arcs, double floor) {
+        Evidence& evidence = priors[prior];
         // Exact samples want the least ratio, samples without structure the greatest.
         for (double exponent = -12.0; exponent <= 4.0; exponent += 0.25) {
-            const double ratio = evidence.top() * std::pow(10.0, exponent);
-            const double cost = evidence.cost(ratio, floor);
-            if (!(cost < best + negligible)) {
-                continue;
+            const double ratio = evidence.system.top() * std::pow(10.0, exponent);
+            evidence.system.shift(ratio);
+            const double spread = evidence.system.log_determinant();
+            for (int arc = 0; arc <= arcs; ++arc) {
+                const double variance = evidence.variance(arc, floor);
+                const double cost = evidence.freedom * std::log(variance) + spread;
+                if (cost < best + negligible) {
+                    best = std::min(best, cost);
+                    entries.push_back({cost, ratio, variance, prior, arc});
+                }
             }
-            best = std::min(best, cost);
-            entries.push_back(
-                {cost, evidence.solution(ratio), arc, evidence.variance(ratio, floor), rough});
         }
     }
 
@@ -143,18 +136,20 @@ int HeightModel::choose_degree(std::size_t samples) {
 }
 
 bool HeightModel::fit(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
-                      const std::vector<Eigen::Vector2d>& domain, double resolution) {
+                      double resolution) {
     const auto count = static_cast<Eigen::Index>(places.size());
     if (count < DiscPolynomials::term_count(free_degree + 1)) {
         return false;
     }
-    const Disc disc = enclose(places, domain);
+    const Disc disc = enclose(places);
     basis_ = DiscPolynomials(disc.centre, disc.radius, choose_degree(places.size()));
     Eigen::MatrixXd design(count, basis_.terms());
     for (Eigen::Index i = 0; i < count; ++i) {
         design.row(i) = basis_(places[static_cast<std::size_t>(i)]).transpose();
     }
 
+    falls_.resize(std::size(falls));
+    std::iota(falls_.begin(), falls_.end(), std::size_t(0));
     Eigen::VectorXd weights = Eigen::VectorXd::Ones(count);
     for (int round = 0; round < robust_rounds; ++round) {
         const ArcFit arcs = fit_arcs(places, heights, weights, disc);
@@ -200,31 +195,62 @@ bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& he
 
     // Single-precision samples cannot be met better than this.
     const double floor = std::pow(1e-9 * basis_.radius(), 2);
+    const Eigen::MatrixXd gram = block.transpose() * block;
     Mixture mixture;
-    for (const Fall& fall : falls) {
-        Evidence evidence(block, fall, basis_, static_cast<double>(count - free_terms));
+    mixture.priors.reserve(falls_.size());
+    for (const std::size_t fall : falls_) {
+        mixture.priors.emplace_back(gram, falls[fall], basis_,
+                                    static_cast<double>(count - free_terms));
         for (int arc = 0; arc <= (may_arc ? 1 : 0); ++arc) {
             const Eigen::VectorXd target = samples.col(0) - arc * samples.col(1);
-            evidence.take(block, target.segment(free_terms, prior_terms),
-                          target.tail(count - terms).squaredNorm());
-            mixture.scan(evidence, arc, fall.rough, floor);
+            mixture.priors.back().take(arc,
+                                       block.transpose() * target.segment(free_terms, prior_terms),
+                                       target.tail(count - free_terms).squaredNorm());
         }
+        mixture.scan(mixture.priors.size() - 1, may_arc ? 1 : 0, floor);
     }
-    Eigen::VectorXd prior = Eigen::VectorXd::Zero(prior_terms);
+    Eigen::VectorXd prior;
+    if (!average(mixture, prior)) {
+        return false;
+    }
+    const Eigen::VectorXd target = samples.col(0) - arc_share_ * samples.col(1);
+    coefficients_.resize(terms);
+    coefficients_.tail(prior_terms) = prior;
+    coefficients_.head(free_terms) = free_block.solve(
+        target.head(free_terms) - upper.topRightCorner(free_terms, prior_terms) * prior);
+    return coefficients_.allFinite() && std::isfinite(noise_);
+}
+
+// Also leaves for the next round only the falls that had a share in this one: moving some weights
+// brings none back.
+bool HeightModel::average(Mixture& mixture, Eigen::VectorXd& prior) {
     double total = 0.0;
     double variance = 0.0;
     arc_share_ = 0.0;
     roughness_ = 0.0;
-    for (const Mixture::Entry& entry : mixture.entries) {
-        if (entry.cost > mixture.best + Mixture::negligible) {
-            continue;
+    prior = Eigen::VectorXd::Zero(basis_.terms() - free_terms);
+    std::vector<std::size_t> kept;
+    for (std::size_t p = 0; p < mixture.priors.size(); ++p) {
+        Evidence& evidence = mixture.priors[p];
+        Eigen::VectorXd sum = Eigen::VectorXd::Zero(prior.size());
+        double share = 0.0;
+        for (const Mixture::Entry& entry : mixture.entries) {
+            if (entry.prior != p || entry.cost > mixture.best + Mixture::negligible) {
+                continue;
+            }
+            const double weight = std::exp(-0.5 * (entry.cost - mixture.best));
+            evidence.system.shift(entry.ratio);
+            sum += weight * evidence.system.solve(evidence.projected[entry.arc]);
+            share += weight;
+            arc_share_ += weight * entry.arc;
+            roughness_ += evidence.rough ? weight : 0.0;
+            variance += weight * entry.variance;
         }
-        const double weight = std::exp(-0.5 * (entry.cost - mixture.best));
-        total += weight;
-        prior += weight * entry.prior;
-        arc_share_ += weight * entry.arc;
-        roughness_ += entry.rough ? weight : 0.0;
-        variance += weight * entry.variance;
+        if (share > 0.0) {
+            prior += evidence.scale.cwiseProduct(evidence.system.rotate_back(sum));
+            total += share;
+            kept.push_back(falls_[p]);
+        }
     }
     if (!(total > 0.0)) {
         return false;
@@ -233,12 +259,8 @@ bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& he
     arc_share_ /= total;
     roughness_ /= total;
     noise_ = std::sqrt(variance / total);
-    const Eigen::VectorXd target = samples.col(0) - arc_share_ * samples.col(1);
-    coefficients_.resize(terms);
-    coefficients_.tail(prior_terms) = prior;
-    coefficients_.head(free_terms) = free_block.solve(
-        target.head(free_terms) - upper.topRightCorner(free_terms, prior_terms) * prior);
-    return coefficients_.allFinite() && std::isfinite(noise_);
+    falls_ = std::move(kept);
+    return true;
 }
 
 double HeightModel::operator()(const Eigen::Vector2d& place) const {

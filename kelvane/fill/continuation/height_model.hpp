@@ -17,11 +17,11 @@ namespace Mesh_M::fill {
 /// averaged, and nothing has to be set. Samples that lie apart from the rest lose weight.
 class HeightModel {
   public:
-    /// Learns from samples at `places` with heights `heights`. `domain` are further places where
-    /// the model will be asked. Deviations below the length `resolution` never count as outliers.
+    /// Learns from samples at `places` with heights `heights`; the model is asked among them.
+    /// Deviations below the length `resolution` never count as outliers.
     /// False if there are too few samples or they do not fix a quadric.
     bool fit(const std::vector<Eigen::Vector2d>& places, const Eigen::VectorXd& heights,
-             const std::vector<Eigen::Vector2d>& domain, double resolution);
+             double resolution);
 
     double operator()(const Eigen::Vector2d& place) const;
 
@@ -39,13 +39,15 @@ class HeightModel {
     static int choose_degree(std::size_t samples);
     bool solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& heights,
                const Eigen::VectorXd& excess, const Eigen::VectorXd& weights, bool may_arc);
+    bool average(Mixture& mixture, Eigen::VectorXd& prior);
 
     DiscPolynomials basis_;
     ArcExcess arc_;
     double arc_share_ = 0.0;
     double roughness_ = 0.0;
     Eigen::VectorXd coefficients_;
-    Eigen::VectorXd folded_; ///< the same for the basis' products
+    Eigen::VectorXd folded_;         ///< the same for the basis' products
+    std::vector<std::size_t> falls_; ///< still in the running, by their place in the table
     double noise_ = 0.0;
 };
 

@@ -1,9 +1,6 @@
 #include "kelvane/fill/continuation/height_placement.hpp"
 
-#include "kelvane/fill/continuation/height_model.hpp"
-#include "kelvane/fill/continuation/plane_frame.hpp"
 #include "kelvane/fill/continuation/plane_patch.hpp"
-#include "kelvane/fill/continuation/residual_field.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -14,14 +11,6 @@
 namespace Mesh_M::fill {
 
 namespace {
-
-// The learnt surface: trend and local correction.
-struct Field {
-    HeightModel trend;
-    ResidualField correction;
-
-    double operator()(const Place& place) const { return trend(place) + correction(place); }
-};
 
 double median_border_edge(const HoleScene& scene) {
     // The median: one long edge may close an open chain.
@@ -86,35 +75,6 @@ std::vector<std::size_t> near_border(const HoleScene& scene, const std::vector<i
     return result;
 }
 
-bool learn(const HoleScene& scene, const std::vector<int>& samples, const Frame& frame,
-           const std::vector<Place>& domain, Field& field) {
-    // Deviations below this share of an edge are no sign of an outlier.
-    constexpr double resolution_share = 1e-3;
-    const double edge = median_border_edge(scene);
-    std::vector<Place> places;
-    Eigen::VectorXd heights(static_cast<Eigen::Index>(samples.size()));
-    for (std::size_t i = 0; i < samples.size(); ++i) {
-        const Point& p = scene.points[static_cast<std::size_t>(samples[i])];
-        places.push_back(frame.place(p));
-        heights[static_cast<Eigen::Index>(i)] = frame.height(p);
-    }
-    if (!field.trend.fit(places, heights, domain, resolution_share * edge)) {
-        return false;
-    }
-
-    std::vector<Place> near;
-    std::vector<double> residuals;
-    for (const std::size_t i : near_border(scene, samples)) {
-        near.push_back(places[i]);
-        residuals.push_back(heights[static_cast<Eigen::Index>(i)] - field.trend(places[i]));
-    }
-    field.correction.fit(near,
-                         Eigen::Map<const Eigen::VectorXd>(
-                             residuals.data(), static_cast<Eigen::Index>(residuals.size())),
-                         edge);
-    return true;
-}
-
 // 1 for an equilateral triangle, 0 for a degenerate one.
 double shape(const std::vector<Point>& points, const Triangle& t) {
     const Point& a = points[static_cast<std::size_t>(t[0])];
@@ -135,7 +95,7 @@ double worst_shape(const HoleScene& scene, const PlanePatch& plane, std::size_t 
 
 // Smart Laplacian smoothing on the surface (Freitag 1997): a point goes towards the centre of its
 // triangles, by area, if the worst of them gains.
-void slide(HoleScene& scene, PlanePatch& plane, const Frame& frame, const Field& field) {
+void slide(HoleScene& scene, PlanePatch& plane, const Frame& frame, const HeightField& field) {
     constexpr int sweeps = 8;
     for (int sweep = 0; sweep < sweeps; ++sweep) {
         for (std::size_t v = 0; v < scene.points.size(); ++v) {
@@ -188,34 +148,55 @@ double ground_roughness(const HeightModel& trend, double edge) {
 
 } // namespace
 
-bool place_on_height_field(HoleScene& scene, double& roughness) {
-    Frame frame;
-    if (!make_frame(scene, frame)) {
+HeightField::HeightField(const HoleScene& scene) {
+    // Deviations below this share of an edge are no sign of an outlier.
+    constexpr double resolution_share = 1e-3;
+    if (!make_frame(scene, frame_)) {
+        return;
+    }
+    const std::vector<int> samples = collect_samples(scene, frame_);
+    level_frame(scene, samples, frame_);
+    const double edge = median_border_edge(scene);
+    std::vector<Place> places;
+    Eigen::VectorXd heights(static_cast<Eigen::Index>(samples.size()));
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+        const Point& p = scene.points[static_cast<std::size_t>(samples[i])];
+        places.push_back(frame_.place(p));
+        heights[static_cast<Eigen::Index>(i)] = frame_.height(p);
+    }
+    if (!trend_.fit(places, heights, resolution_share * edge)) {
+        return;
+    }
+    std::vector<Place> near;
+    std::vector<double> residuals;
+    for (const std::size_t i : near_border(scene, samples)) {
+        near.push_back(places[i]);
+        residuals.push_back(heights[static_cast<Eigen::Index>(i)] - trend_(places[i]));
+    }
+    correction_.fit(near,
+                    Eigen::Map<const Eigen::VectorXd>(residuals.data(),
+                                                      static_cast<Eigen::Index>(residuals.size())),
+                    edge);
+    roughness_ = ground_roughness(trend_, edge);
+    learnt_ = true;
+}
+
+bool HeightField::place(HoleScene& scene, Finish finish) const {
+    if (!learnt_) {
         return false;
     }
-    const std::vector<int> samples = collect_samples(scene, frame);
-    level_frame(scene, samples, frame);
-    PlanePatch plane(scene, frame);
+    PlanePatch plane(scene, frame_);
     if (!plane.is_unfolded() && !(plane.embed() && plane.is_unfolded())) {
-        return false;
-    }
-    std::vector<Place> domain;
-    for (const Triangle& t : scene.patch) {
-        for (const int v : t) {
-            domain.push_back(plane.places[static_cast<std::size_t>(v)]);
-        }
-    }
-    Field field;
-    if (!learn(scene, samples, frame, domain, field)) {
         return false;
     }
     for (std::size_t v = 0; v < scene.points.size(); ++v) {
         if (scene.movable[v]) {
-            scene.points[v] = frame.lift(plane.places[v], field(plane.places[v]));
+            scene.points[v] = frame_.lift(plane.places[v], (*this)(plane.places[v]));
         }
     }
-    slide(scene, plane, frame, field);
-    roughness = ground_roughness(field.trend, median_border_edge(scene));
+    if (finish == Finish::even) {
+        slide(scene, plane, frame_, *this);
+    }
     return true;
 }
 

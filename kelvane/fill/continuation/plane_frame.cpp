@@ -38,8 +38,7 @@ void level_frame(const HoleScene& scene, const std::vector<int>& samples, Frame&
         if (places.empty()) {
             return;
         }
-        const ArcFit fit =
-            fit_arcs(places, heights, Eigen::VectorXd::Ones(count), enclose(places, {}));
+        const ArcFit fit = fit_arcs(places, heights, Eigen::VectorXd::Ones(count), enclose(places));
         if (!fit.valid || fit.slope.norm() > greatest_tilt) {
             frame = initial;
             return;

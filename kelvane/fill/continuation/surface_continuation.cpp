@@ -1,7 +1,6 @@
 #include "kelvane/fill/continuation/surface_continuation.hpp"
 
 #include "kelvane/fill/continuation/energy_fairing.hpp"
-#include "kelvane/fill/continuation/height_placement.hpp"
 
 #include <algorithm>
 #include <map>
@@ -86,52 +85,52 @@ bool is_sound(const HoleScene& scene, const std::vector<Point>& start, int start
 }
 
 // On rough ground the trend of the surroundings and their mere tangents foretell about equally well
-// and err differently, so that the mean of both errs less than either.
-void blend_with_fairing(HoleScene& scene, const std::vector<Point>& start, int start_folds,
+// and err differently, so that the mean of both errs less than either. False if they stay apart.
+bool blend_with_fairing(HoleScene& scene, const std::vector<Point>& start, int start_folds,
                         double roughness) {
     constexpr double greatest_share = 0.5;
     constexpr double negligible = 1e-3;
     const double share = greatest_share * roughness;
     if (share < negligible) {
-        return;
+        return false;
     }
     const std::vector<Point> placed = scene.points;
     scene.points = start;
-    if (!fair_by_energy(scene, FairingOrder::biharmonic) || !is_sound(scene, start, start_folds)) {
-        scene.points = placed;
-        return;
-    }
-    for (std::size_t v = 0; v < placed.size(); ++v) {
-        if (scene.movable[v]) {
-            scene.points[v] = (1.0 - share) * placed[v] + share * scene.points[v];
+    if (fair_by_energy(scene, FairingOrder::biharmonic) && is_sound(scene, start, start_folds)) {
+        for (std::size_t v = 0; v < placed.size(); ++v) {
+            if (scene.movable[v]) {
+                scene.points[v] = (1.0 - share) * placed[v] + share * scene.points[v];
+            }
+        }
+        if (is_sound(scene, start, start_folds)) {
+            return true;
         }
     }
-    if (!is_sound(scene, start, start_folds)) {
-        scene.points = placed;
-    }
+    scene.points = placed;
+    return false;
 }
 
 } // namespace
 
-Continuation continue_surface(HoleScene& scene) {
+Placement continue_surface(const HeightField& field, Finish finish, HoleScene& scene) {
     const std::vector<Point> start = scene.points;
     const int folds = count_folds(scene);
-    double roughness = 0.0;
-    if (place_on_height_field(scene, roughness) && is_sound(scene, start, folds)) {
-        blend_with_fairing(scene, start, folds, roughness);
-        return Continuation::height_field;
+    if (field.place(scene, finish) && is_sound(scene, start, folds)) {
+        const bool blended =
+            finish == Finish::even && blend_with_fairing(scene, start, folds, field.roughness());
+        return blended ? Placement::blended : Placement::continued;
     }
     scene.points = start;
     if (is_surrounded(scene) && fair_by_energy(scene, FairingOrder::triharmonic) &&
         is_sound(scene, start, folds)) {
-        return Continuation::triharmonic;
+        return Placement::faired;
     }
     scene.points = start;
     if (fair_by_energy(scene, FairingOrder::biharmonic) && is_sound(scene, start, folds)) {
-        return Continuation::biharmonic;
+        return Placement::faired;
     }
     scene.points = start;
-    return Continuation::unchanged;
+    return Placement::unchanged;
 }
 
 } // namespace Mesh_M::fill
