@@ -85,14 +85,36 @@ BodyScore run_kind(const Arguments& arguments, const std::vector<MarkedScan>& ba
     return score;
 }
 
-/// The worst share of good places over all kinds, for exact and for wrong lists.
+/// What flat markers give, to compare with; false if looking for bodies changes anything there.
+bool run_stickers(const Arguments& arguments, AnalyticOptions scans) {
+    scans.stickers = true;
+    scans.margin = arguments.margin;
+    BodyScore score;
+    bool same = true;
+    for (const MarkedScan& marked : analytic_scans(scans)) {
+        toolkit::RepairOptions options = options_of(arguments, arguments.margin);
+        const BodyTrial trial = sticker_trial(marked);
+        score.add(run(trial, trial.scan.markers, arguments.edge, options));
+        toolkit::Scan looked = marked.mesh;
+        toolkit::Scan flat = marked.mesh;
+        repair_scan(looked, marked.markers, options);
+        options.flat_only = true;
+        repair_scan(flat, marked.markers, options);
+        same = same && looked.positions == flat.positions && looked.triangles == flat.triangles;
+    }
+    print_row(same ? "sticker (same as --flat-only)" : "sticker (NOT as --flat-only)", "exact",
+              score);
+    return same && score.good == score.markers;
+}
+
+/// All kinds, with exact and with wrong lists.
 bool run_generated(const Arguments& arguments) {
     AnalyticOptions options;
     options.edge = arguments.edge;
     options.noise = 0.01;
     options.stickers = false;
     const std::vector<MarkedScan> bare = analytic_scans(options);
-    bool met = true;
+    bool met = run_stickers(arguments, options);
     for (const ListFault fault : list_faults) {
         if (fault != ListFault::none && !arguments.wrong_lists) {
             continue;

@@ -93,6 +93,18 @@ BodyTrial body_trial(const MarkedScan& bare, toolkit::BodyKind kind, double edge
     return trial;
 }
 
+BodyTrial sticker_trial(const MarkedScan& scan) {
+    BodyTrial trial{scan, {}};
+    const std::vector<Vector3d> rim = rim_points(scan.mesh);
+    auto& markers = trial.scan.markers;
+    markers.erase(std::remove_if(
+                      markers.begin(), markers.end(),
+                      [&](const Marker& m) { return !clear_of(rim, centre_of(m), rim_clearance); }),
+                  markers.end());
+    trial.feet = markers;
+    return trial;
+}
+
 std::vector<Marker> listed(const BodyTrial& trial, ListFault fault, std::uint64_t seed) {
     constexpr double pi = 3.14159265358979323846;
     PortableRandom random(seed);

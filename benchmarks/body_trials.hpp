@@ -34,6 +34,9 @@ const char* to_string(ListFault fault);
 BodyTrial body_trial(const MarkedScan& bare, toolkit::BodyKind kind, double edge,
                      std::uint64_t seed);
 
+/// A scan with stickers as a trial: those that stand clear of its rim.
+BodyTrial sticker_trial(const MarkedScan& scan);
+
 /// The trial's markers, listed wrongly.
 std::vector<Marker> listed(const BodyTrial& trial, ListFault fault, std::uint64_t seed);
 

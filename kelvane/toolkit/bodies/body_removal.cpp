@@ -283,18 +283,19 @@ double torn_reach(const Plan& plan, const MarkerCylinder& cylinder,
         }
         std::vector<_vert*> hole{first};
         double farthest = 0;
-        for (std::size_t i = 0; i < hole.size(); ++i) {
-            farthest = std::max(farthest, off_axis(cylinder.local(hole[i])));
-            for (int e = 0; e < hole[i]->edgeCount; ++e) {
-                _vert* next = Mesh_R::other_end(hole[i]->edges[e], hole[i]);
-                if (hole[i]->edges[e]->faceCount == 1 && seen.insert(next).second) {
+        bool small = true;
+        for (std::size_t i = 0; i < hole.size() && small; ++i) {
+            const _vert* v = hole[i];
+            small = cylinder.within(v, cylinder.radius() + band_edges * plan.edge);
+            farthest = std::max(farthest, off_axis(cylinder.local(v)));
+            for (int e = 0; e < v->edgeCount; ++e) {
+                _vert* next = Mesh_R::other_end(v->edges[e], v);
+                if (v->edges[e]->faceCount == 1 && seen.insert(next).second) {
                     hole.push_back(next);
                 }
             }
         }
-        if (farthest <= cylinder.radius() + band_edges * plan.edge) {
-            reach = std::max(reach, farthest);
-        }
+        reach = small ? std::max(reach, farthest) : reach;
     }
     return reach;
 }

@@ -135,7 +135,14 @@ void MeshRun::keep_walks() {
 
 void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begins) {
     RunPlaces places;
-    places.stage_begins = stage_begins;
+    places.stage_begins = [&](RunStage stage) {
+        if (stage == RunStage::done) {
+            faults_ = look();
+        }
+        if (stage_begins) {
+            stage_begins(stage);
+        }
+    };
     places.after_cut = [this](CutPlace& place) {
         if (before_bodies_) {
             before_bodies_(place);
@@ -153,7 +160,6 @@ void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begi
                               {place.points, place.faces, place.normals, place.border_places});
     };
     RunAccess::process(run_, options_.method, threads, places);
-    faults_ = look();
 }
 
 VerticesNear MeshRun::near() const {
@@ -192,7 +198,7 @@ std::vector<MarkerReport> MeshRun::reports() const {
     std::vector<MarkerReport> reports(RunAccess::markers(run_).size());
     for (std::size_t i = 0; i < notes().regions.size(); ++i) {
         reports[i] = report_of(notes().regions[i], notes().holes);
-        reports[i].outcome = outcome_of(faults_[i], reports[i].outcome);
+        reports[i].outcome = outcome_of(faults_.at(i), reports[i].outcome);
         if (i < removals_.size()) {
             reports[i].body = removals_[i].taken;
             if (removals_[i].finding == BodyFinding::not_bounded) {
