@@ -304,10 +304,12 @@ double torn_reach(const Plan& plan, const MarkerCylinder& cylinder,
 /// out to where the surface is whole.
 Plan plan_body(const Mesh& mesh, const VerticesNear& near, const std::vector<_vert*>& ring,
                const BodyAim& listed, double half_height) {
+    std::vector<BodyAim> tried;
     const auto plan_along = [&](const BodyAim& aim) {
         const MarkerCylinder cylinder(aim.marker, aim.margin, half_height);
         Plan plan = plan_removal(mesh, cylinder, near, ring);
         plan.removal.aim = aim;
+        tried.push_back({aim.marker, aim.margin, plan.edge});
         return plan;
     };
     const auto cylinder_of = [&](const Plan& plan) {
@@ -338,6 +340,7 @@ Plan plan_body(const Mesh& mesh, const VerticesNear& near, const std::vector<_ve
             plan = next.removal.finding == BodyFinding::not_bounded ? plan : next;
         }
     }
+    plan.removal.further.assign(tried.begin() + 1, tried.end());
     return plan;
 }
 
@@ -401,7 +404,7 @@ std::vector<BodyRemoval> remove_bodies(CutPlace& place, const VerticesNear& near
                                        double body_height) {
     std::vector<BodyRemoval> removals;
     for (const Marker& marker : place.markers) {
-        removals.push_back({BodyFinding::none, {}, {marker, place.margin}});
+        removals.push_back({BodyFinding::none, {}, {marker, place.margin}, {}});
     }
     const Mesh_R::RecordIndex<_face> index(place.mesh.faces);
     for (std::size_t i = 0; i < place.markers.size(); ++i) {

@@ -16,6 +16,7 @@ namespace KVN::toolkit {
 struct BodyAim {
     Marker marker{};
     double margin = 0;
+    double edge = 0; ///< mean length around the marker's cut; 0: not measured
 };
 
 /// One marker's body and what came of it.
@@ -23,6 +24,8 @@ struct BodyRemoval {
     BodyFinding finding = BodyFinding::none;
     TakenBody taken;
     BodyAim aim; ///< for the look at the place after the repair
+    /// The aims that were tried beyond the listed one: what else was read of the mesh.
+    std::vector<BodyAim> further;
 };
 
 /// To how many radii above and below its plane a marker's body is looked for, unless told

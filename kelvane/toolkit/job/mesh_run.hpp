@@ -38,6 +38,8 @@ class MeshRun {
     void close(int threads, const std::function<void(RunStage)>& stage_begins);
 
     const RunNotes& notes() const;
+    /// What became of the markers' bodies, one per marker; none if they were not looked for.
+    const std::vector<BodyRemoval>& removals() const { return removals_; }
     /// Per hole, its border in walking order.
     const std::vector<std::vector<_vert*>>& borders() const;
     /// One report per marker.

@@ -53,6 +53,29 @@ std::vector<Capsule> widened(std::vector<Capsule> cylinders, const std::vector<M
     return cylinders;
 }
 
+/// Thrown after a run that has looked for bodies beyond the listed cylinders for the first time.
+struct FurtherAims {
+    std::vector<Capsule> cylinders;
+};
+
+std::vector<Capsule> further_cylinders(const std::vector<BodyRemoval>& removals,
+                                       const RepairOptions& options) {
+    constexpr double edges_read =
+        6.0; // around such a cylinder, with the neighbours of what is read
+    std::vector<Capsule> cylinders;
+    for (const BodyRemoval& removal : removals) {
+        for (const BodyAim& aim : removal.further) {
+            cylinders.push_back(
+                cylinders_of({aim.marker}, aim.margin + edges_read * aim.edge, options).front());
+        }
+    }
+    return cylinders;
+}
+
+bool same(const Capsule& a, const Capsule& b) {
+    return a.from == b.from && a.to == b.to && a.radius == b.radius;
+}
+
 /// Adds what a round lacked, and the surface around it.
 void grow(const Surface& surface, const Window& window, const WindowTooSmall& lack,
           VertexBits& complete) {
@@ -108,6 +131,9 @@ class Rounds {
                 return once(window, margin, whole_ || !tuning.guard ? nullptr : &guard);
             } catch (const WindowTooSmall& lack) {
                 grow(surface_, window, lack, complete_);
+            } catch (const FurtherAims& aims) {
+                add_in_reach(surface_, Reach(aims.cylinders), complete_);
+                aimed_.insert(aimed_.end(), aims.cylinders.begin(), aims.cylinders.end());
             }
         }
     }
@@ -128,8 +154,22 @@ class Rounds {
         run.cut();
         run.close(report_.threads, ticking(clock_));
         clock_.end();
+        if (guard != nullptr) {
+            check_aims(further_cylinders(run.removals(), options_));
+        }
         report_.markers = run.reports();
         return make_splice({window, mesh, face_of, run}, options_.leave_open, report_.markers);
+    }
+
+    /// A round whose further cylinders have all been held by its window is a good one.
+    void check_aims(const std::vector<Capsule>& cylinders) const {
+        const bool held = std::all_of(cylinders.begin(), cylinders.end(), [&](const Capsule& c) {
+            return std::any_of(aimed_.begin(), aimed_.end(),
+                               [&](const Capsule& known) { return same(c, known); });
+        });
+        if (!held) {
+            throw FurtherAims{cylinders};
+        }
     }
 
     const Surface& surface_;
@@ -138,6 +178,7 @@ class Rounds {
     RepairReport& report_;
     StageClock& clock_;
     VertexBits complete_;
+    std::vector<Capsule> aimed_; ///< further cylinders that the window holds
     bool whole_ = false;
     WindowNotes notes_;
 };
