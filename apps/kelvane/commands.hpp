@@ -12,5 +12,6 @@ void add_info(CLI::App& app);
 void add_demo(CLI::App& app);
 void add_compare(CLI::App& app);
 void add_explain(CLI::App& app);
+void add_find(CLI::App& app);
 
 } // namespace kelvane_command

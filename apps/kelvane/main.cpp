@@ -25,6 +25,7 @@ int run(int argc, char** argv) {
     kelvane_command::add_demo(app);
     kelvane_command::add_compare(app);
     kelvane_command::add_explain(app);
+    kelvane_command::add_find(app);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

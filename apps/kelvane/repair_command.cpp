@@ -1,5 +1,6 @@
 #include "commands.hpp"
 #include "console.hpp"
+#include "find_options.hpp"
 #include "repair_options.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
@@ -25,7 +26,9 @@ namespace fs = std::filesystem;
 
 struct Arguments {
     std::string scan;
-    std::string markers;
+    std::string markers; ///< or what to look for
+    std::string find;
+    FindArguments find_arguments;
     std::string output;
     std::string report;
     RepairOptions options;
@@ -68,17 +71,30 @@ void check_outputs(const Arguments& arguments) {
     check_output(arguments.report);
     const fs::path report = fs::weakly_canonical(arguments.report);
     for (const std::string& other : {arguments.scan, arguments.markers, arguments.output}) {
-        if (report == fs::weakly_canonical(other)) {
+        if (!other.empty() && report == fs::weakly_canonical(other)) {
             throw InputError(arguments.report +
                              ": the report would overwrite another file of the run");
         }
     }
 }
 
+/// The listed markers, or those that are found.
+std::vector<KVN::Marker> markers_for(const Arguments& arguments, const OpenScan& scan) {
+    if (arguments.markers.empty() == arguments.find.empty()) {
+        throw InputError("repair wants either --markers or --find");
+    }
+    if (arguments.find.empty()) {
+        return read_markers(arguments.markers);
+    }
+    const Scan arrays = scan.to_scan();
+    return markers_of(arguments.find == "holes" ? find_holes(arrays, arguments.find_arguments)
+                                                : find_colour(arrays, arguments.find_arguments));
+}
+
 int repair(const Arguments& arguments) {
     check_outputs(arguments);
     const std::unique_ptr<OpenScan> scan = open_scan(arguments.scan);
-    const std::vector<KVN::Marker> markers = read_markers(arguments.markers);
+    const std::vector<KVN::Marker> markers = markers_for(arguments, *scan);
     RepairReport report;
     {
         ProgressDisplay display(arguments.quiet);
@@ -111,8 +127,12 @@ void add_repair(CLI::App& app, int& status) {
     auto arguments = std::make_shared<Arguments>();
     CLI::App* command = app.add_subcommand("repair", "Remove markers and close their places");
     command->add_option("scan", arguments->scan, "Scan: .ply, .stl, .obj or .off")->required();
-    command->add_option("--markers", arguments->markers, "x,y,z,nx,ny,nz,radius as CSV or JSON")
-        ->required();
+    command->add_option("--markers", arguments->markers, "x,y,z,nx,ny,nz,radius as CSV or JSON");
+    command
+        ->add_option("--find", arguments->find,
+                     "In place of a list: round holes, or markers seen in vertex colours")
+        ->check(CLI::IsMember({"holes", "colour"}));
+    add_find_options(*command, arguments->find_arguments);
     command->add_option("--output", arguments->output, "Repaired scan; may be the scan itself")
         ->required();
     add_cut_options(*command, arguments->options);

@@ -10,6 +10,7 @@
 #include "kelvane/toolkit/report/report_json.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
 #include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
+#include "kelvane/toolkit/synthesis/unlisted_markers.hpp"
 
 #include <cmath>
 #include <filesystem>
@@ -31,6 +32,7 @@ struct Arguments {
     std::optional<double> marker_size;
     DemoOptions demo;
     bool json = false;
+    bool bodies = false;
 };
 
 void cut(const Arguments& arguments) {
@@ -80,7 +82,10 @@ void info(const Arguments& arguments) {
 }
 
 void demo(const Arguments& arguments) {
-    const SyntheticScan scan = make_demo_scan(arguments.demo);
+    SyntheticScan scan = make_demo_scan(arguments.demo);
+    if (arguments.bodies) {
+        scan = with_other_markers(scan, arguments.demo.seed);
+    }
     const std::filesystem::path folder = arguments.output;
     std::error_code error;
     std::filesystem::create_directories(folder, error);
@@ -160,6 +165,8 @@ void add_demo(CLI::App& app) {
     command->add_option("directory", arguments->output, "Where the three files go")->required();
     command->add_option("--seed", arguments->demo.seed, "Another number, another scan");
     command->add_flag("--ragged-rim", arguments->demo.ragged_rim, "Faces missing along the rim");
+    command->add_flag("--bodies", arguments->bodies,
+                      "Raised, painted and cut-out markers in turn instead of stickers");
     command->callback([arguments] { demo(*arguments); });
 }
 

@@ -148,7 +148,7 @@ TEST_P(BadScan, IsRefusedInOneLine) {
     const BadCase& bad = GetParam();
     folder.put(bad.file, bad.content);
     folder.put("markers.csv", "x,y,z,nx,ny,nz,radius\n0,0,0,0,0,1,1\n");
-    expect_refused(folder, "repair " + bad.file + " --markers markers.csv --output out.ply",
+    expect_refused(folder, "repair " + bad.file + " --markers markers.csv --output out.ply --quiet",
                    bad.message);
 }
 

@@ -56,6 +56,7 @@ std::unique_ptr<OpenScan> open_scan(const std::filesystem::path& file) {
 std::vector<std::string> write_spliced(const OpenScan& scan, const Splice& splice,
                                        const std::filesystem::path& output) {
     check_splice(splice, scan.vertex_count(), scan.face_count());
+    require_faces(output, scan.face_count() - splice.faces_gone.size() + splice.faces.size());
     const ScanFormat& target = scan_format(output);
     if (&target == &scan_format(scan.path())) {
         OutputFile out(output);

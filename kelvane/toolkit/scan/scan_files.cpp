@@ -1,6 +1,5 @@
 #include "kelvane/toolkit/scan/scan_files.hpp"
 
-#include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/scan/formats/mesh_formats.hpp"
 #include "kelvane/toolkit/scan/open_scan.hpp"
 
@@ -12,9 +11,7 @@ Scan read_scan(const std::filesystem::path& file) {
 
 void write_scan(const std::filesystem::path& file, const Scan& scan) {
     const ScanFormat& format = scan_format(file);
-    if (scan.face_count() == 0) {
-        throw InputError(file.string() + ": is not written, since no face of the scan is left");
-    }
+    require_faces(file, scan.face_count());
     OutputFile out(file);
     format.write(out, scan);
     out.commit();

@@ -19,6 +19,12 @@ constexpr ScanFormat formats[] = {
 
 } // namespace
 
+void require_faces(const std::filesystem::path& file, std::uint64_t faces) {
+    if (faces == 0) {
+        throw InputError(file.string() + ": is not written, since no face of the scan is left");
+    }
+}
+
 const ScanFormat& scan_format(const std::filesystem::path& file) {
     const std::string extension = lower_extension(file);
     for (const ScanFormat& format : formats) {

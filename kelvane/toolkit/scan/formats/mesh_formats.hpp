@@ -25,6 +25,9 @@ struct ScanFormat {
 /// The format of a file by its name; throws InputError if it is none of ours.
 const ScanFormat& scan_format(const std::filesystem::path& file);
 
+/// Throws InputError if a scan of so many faces is none: `file` is not written then.
+void require_faces(const std::filesystem::path& file, std::uint64_t faces);
+
 std::unique_ptr<OpenScan> open_ply(const std::filesystem::path& file);
 std::unique_ptr<OpenScan> open_stl(const std::filesystem::path& file);
 std::unique_ptr<OpenScan> open_obj(const std::filesystem::path& file);
