@@ -15,7 +15,8 @@ trap 'rm -rf "$scratch"' EXIT
 compared=0 different=0
 for folder in "$scans"/*/; do
     [ -f "$folder/marked.ply" ] || continue
-    for method in fast high low; do
+    # The methods are those that the command itself names.
+    for method in $("$one" repair --help | sed -n 's/.*--method[^{]*{\([^}]*\)}.*/\1/p' | tr , ' '); do
         for command in one other; do
             "${!command}" repair "$folder/marked.ply" --markers "$folder/markers.csv" \
                 --output "$scratch/$command.ply" --method "$method" --quiet "$@" >/dev/null

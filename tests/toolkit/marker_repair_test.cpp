@@ -96,7 +96,15 @@ TEST_P(Repair, IsTheSameForEveryNumberOfThreads) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Methods, Repair, testing::Values(Method::fast, Method::high, Method::low),
+std::vector<Method> all_methods() {
+    std::vector<Method> list;
+    for (const MethodInfo& info : methods()) {
+        list.push_back(info.method);
+    }
+    return list;
+}
+
+INSTANTIATE_TEST_SUITE_P(Methods, Repair, testing::ValuesIn(all_methods()),
                          [](const auto& info) { return to_string(info.param); });
 
 // What is not under a marker comes out bit for bit and in its order, before all that is new.

@@ -9,8 +9,8 @@ using namespace KVN::toolkit;
 
 TEST(ReportJson, SaysWhatTheReportSays) {
     RepairReport report;
-    report.markers = {{Outcome::repaired_loop, 30, 40, 100, "", {}},
-                      {Outcome::no_border_found, 0, 0, 0, "too few", {2, 4, 1, 300, -8.0}}};
+    report.markers = {{Outcome::repaired_loop, 30, 40, 100, "continues", "", {}},
+                      {Outcome::no_border_found, 0, 0, 0, "", "too few", {2, 4, 1, 300, -8.0}}};
     report.loaded.duplicate = 2;
     report.short_faces = 1;
     report.times = {{Stage::build, 0.123456789}, {Stage::fill, 0.25}};

@@ -84,6 +84,8 @@ struct MarkerReport {
     int border_vertices = 0;
     int new_vertices = 0;
     int new_faces = 0;
+    /// How the patch came to its place, for methods that can do it in several ways, in words.
+    std::string placement;
     /// Where no border was found, what stood against the boundary that came nearest, in words.
     std::string search;
     TakenBody body; ///< what was taken beyond the cut

@@ -92,19 +92,14 @@ MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& ho
     }
     if (region.hole >= 0) {
         const HoleNote& hole = holes[static_cast<std::size_t>(region.hole)];
-        report = {outcome_of(hole, true),
-                  hole.border_vertices,
-                  hole.new_vertices,
-                  hole.new_faces,
-                  {},
-                  {}};
+        report.outcome = outcome_of(hole, true);
+        report.border_vertices = hole.border_vertices;
+        report.new_vertices = hole.new_vertices;
+        report.new_faces = hole.new_faces;
+        report.search.clear();
     } else if (region.finding == RegionFinding::cut && region.joined_hole >= 0) {
-        report = {outcome_of(holes[static_cast<std::size_t>(region.joined_hole)], false),
-                  0,
-                  0,
-                  0,
-                  {},
-                  {}};
+        report.outcome = outcome_of(holes[static_cast<std::size_t>(region.joined_hole)], false);
+        report.search.clear();
     }
     return report;
 }
@@ -194,10 +189,23 @@ const std::vector<std::vector<_vert*>>& MeshRun::borders() const {
     return RunAccess::borders(run_);
 }
 
+// What the closing said of the patch, where it says anything.
+std::string MeshRun::placement_of(const RegionNote& region) const {
+    const Closing& closing = RunAccess::closings().at(static_cast<std::size_t>(options_.method));
+    if (!closing.border_by_coordinates || region.hole < 0) {
+        return {};
+    }
+    const HoleNote& hole = notes().holes[static_cast<std::size_t>(region.hole)];
+    return hole.new_faces > 0 && hole.closing_result >= 0
+               ? describe(static_cast<Mesh_M::Placement>(hole.closing_result))
+               : "";
+}
+
 std::vector<MarkerReport> MeshRun::reports() const {
     std::vector<MarkerReport> reports(RunAccess::markers(run_).size());
     for (std::size_t i = 0; i < notes().regions.size(); ++i) {
         reports[i] = report_of(notes().regions[i], notes().holes);
+        reports[i].placement = placement_of(notes().regions[i]);
         reports[i].outcome = outcome_of(faults_.at(i), reports[i].outcome);
         if (i < removals_.size()) {
             reports[i].body = removals_[i].taken;

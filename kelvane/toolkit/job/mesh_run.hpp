@@ -47,6 +47,7 @@ class MeshRun {
 
   private:
     VerticesNear near() const;
+    std::string placement_of(const RegionNote& region) const;
     std::vector<PlaceFault> look() const;
 
     Mesh_M::Mesh& mesh_;

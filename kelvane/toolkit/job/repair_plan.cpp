@@ -3,6 +3,7 @@
 #include "kelvane/toolkit/bodies/body_removal.hpp"
 #include "kelvane/toolkit/job/mesh_run.hpp"
 #include "kelvane/toolkit/job/output_capture.hpp"
+#include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/job/team_size.hpp"
 #include "kelvane/toolkit/windows/reach.hpp"
 #include "kelvane/toolkit/windows/splice_making.hpp"
@@ -88,15 +89,11 @@ void grow(const Surface& surface, const Window& window, const WindowTooSmall& la
     add_in_reach(surface, Reach(around), complete);
 }
 
+/// Rings of surface around a border of which the run reads the adjacency. A closing that brings its
+/// patch in the hole's own lists has made it with the surroundings in view.
 int rings_for(Method method) {
-    switch (method) {
-    case Method::fast:
-        return 0;
-    case Method::high:
-    case Method::low:
-        return rings_copied;
-    }
-    return rings_copied;
+    const Closing& closing = RunAccess::closings().at(static_cast<std::size_t>(method));
+    return closing.border_by_coordinates ? rings_copied : 0;
 }
 
 /// One job under way: rounds over growing windows until one of them is finished.

@@ -4,6 +4,20 @@
 
 namespace KVN::toolkit {
 
+const char* describe(Mesh_M::Placement placement) {
+    switch (placement) {
+    case Mesh_M::Placement::continued:
+        return "continues the smooth surface around it";
+    case Mesh_M::Placement::blended:
+        return "between the surface around it and a fairing, since that surface is rough";
+    case Mesh_M::Placement::faired:
+        return "faired, since the surface around it is no height field";
+    case Mesh_M::Placement::unchanged:
+        return "as it was filled, since nothing else was sound";
+    }
+    return "";
+}
+
 const char* describe(Refusal refusal) {
     switch (refusal) {
     case Refusal::none:

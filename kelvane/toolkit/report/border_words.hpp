@@ -1,6 +1,7 @@
-// The search for a border in words.
+// The search for a border and the placing of a patch in words.
 #pragma once
 
+#include "kelvane/fill/hole_filling.hpp"
 #include "kelvane/holes/border_trace.hpp"
 
 #include <string>
@@ -9,6 +10,9 @@ namespace KVN::toolkit {
 
 /// The refusal in words, e.g. "too few edges run against their faces".
 const char* describe(Refusal refusal);
+
+/// How a patch that was made with its surroundings in view came to its place, in words.
+const char* describe(Mesh_M::Placement placement);
 
 /// A verdict in words with figure and limit, e.g. "too few edges run against their faces: 0.5, more
 /// than 0.8 asked for".

@@ -105,7 +105,8 @@ std::vector<char> places_left(const Mesh_M::Mesh& mesh, const MeshRun& run,
                     left[static_cast<std::size_t>(to)] == 0 &&
                     regions[static_cast<std::size_t>(to)].finding == RegionFinding::cut) {
                     left[static_cast<std::size_t>(to)] = 1;
-                    report = {Outcome::left_with_neighbour, 0, 0, 0, {}, {}};
+                    report = {};
+                    report.outcome = Outcome::left_with_neighbour;
                     changed = true;
                 }
             }
