@@ -84,6 +84,7 @@ const char* to_string(Outcome outcome) {
                                      "edges_left_open",
                                      "part_left",
                                      "body_left",
+                                     "wild_patch",
                                      "left_with_neighbour"};
     return names[static_cast<int>(outcome)];
 }
@@ -100,6 +101,7 @@ const char* describe(Outcome outcome) {
                                      "the fill leaves edges open",
                                      "a loose piece of surface stays over the place",
                                      "a body still stands on the place",
+                                     "the patch has no place near its border",
                                      "not without a neighbour that cannot be repaired"};
     return words[static_cast<int>(outcome)];
 }

@@ -67,6 +67,7 @@ enum class Outcome {
     edges_left_open,     ///< filled, but edges that were opened are still open
     part_left,           ///< filled, but a loose piece of surface is left over the place
     body_left,           ///< filled, but a body, or its foot, still stands on the place
+    wild_patch,          ///< filled, but the fairing threw its vertices far away or nowhere
     left_with_neighbour, ///< repaired, but a neighbour that it cannot be without was not
 };
 

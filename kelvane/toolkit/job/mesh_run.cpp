@@ -6,6 +6,8 @@
 #include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/report/border_words.hpp"
 
+#include <Eigen/Geometry>
+
 #include <algorithm>
 #include <utility>
 
@@ -189,6 +191,25 @@ const std::vector<std::vector<_vert*>>& MeshRun::borders() const {
     return RunAccess::borders(run_);
 }
 
+// Whether all new vertices of a hole lie within the box around its border, widened by the box's own
+// diagonal. A sound patch bulges by a fraction of that.
+bool MeshRun::is_near_border(int hole) const {
+    Eigen::AlignedBox3d box;
+    for (const _vert* v : borders()[static_cast<std::size_t>(hole)]) {
+        box.extend(Eigen::Vector3d(v->pos.x, v->pos.y, v->pos.z));
+    }
+    const HoleNote& note = notes().holes[static_cast<std::size_t>(hole)];
+    const double farthest = box.diagonal().norm();
+    for (std::int32_t i = 0; i < note.new_vertices; ++i) {
+        const auto& p = mesh_.vertices.at(note.first_vertex + i).pos;
+        const Eigen::Vector3d place(p.x, p.y, p.z);
+        if (!place.allFinite() || !(box.exteriorDistance(place) <= farthest)) {
+            return false;
+        }
+    }
+    return true;
+}
+
 // What the closing said of the patch, where it says anything.
 std::string MeshRun::placement_of(const RegionNote& region) const {
     const Closing& closing = RunAccess::closings().at(static_cast<std::size_t>(options_.method));
@@ -207,6 +228,10 @@ std::vector<MarkerReport> MeshRun::reports() const {
         reports[i] = report_of(notes().regions[i], notes().holes);
         reports[i].placement = placement_of(notes().regions[i]);
         reports[i].outcome = outcome_of(faults_.at(i), reports[i].outcome);
+        const int hole = closed_hole(notes().regions[i], notes().holes);
+        if (hole >= 0 && !is_near_border(hole)) {
+            reports[i].outcome = Outcome::wild_patch;
+        }
         if (i < removals_.size()) {
             reports[i].body = removals_[i].taken;
             if (removals_[i].finding == BodyFinding::not_bounded) {

@@ -47,6 +47,7 @@ class MeshRun {
 
   private:
     VerticesNear near() const;
+    bool is_near_border(int hole) const;
     std::string placement_of(const RegionNote& region) const;
     std::vector<PlaceFault> look() const;
 

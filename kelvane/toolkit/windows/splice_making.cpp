@@ -148,15 +148,17 @@ class SpliceMaker {
         return std::binary_search(splice_.faces_gone.begin(), splice_.faces_gone.end(), record);
     }
 
-    /// Any record that stays, for faces at whose border none does.
+    /// The scan's first record that stays, for faces at whose border none does.
     std::uint64_t any_record() {
-        for (const std::uint64_t record : window_.records) {
-            if (!is_gone(record)) {
-                return record;
+        std::uint64_t record = 0;
+        for (const std::uint64_t gone : splice_.faces_gone) {
+            if (gone > record) {
+                break;
             }
+            record = gone + 1;
         }
-        no_origin_ = true;
-        return 0;
+        no_origin_ = no_origin_ || record >= window_.records_of_scan;
+        return record;
     }
 
     void add_vertex(const _vert& v, std::int32_t place) {
