@@ -109,7 +109,8 @@ struct KELVANE_EXPORT RepairReport {
     std::int64_t faces_after = 0;
     std::int64_t short_faces = 0; ///< faces of the file with too few corners, left out
     /// Faces around the markers that the mesh took and refused, by reason; of all the scan's faces
-    /// with `whole_mesh`. Refused ones stay in the scan unless a corner of theirs goes.
+    /// with `whole_mesh`. Refused ones stay in the scan unless a corner of
+    /// theirs goes or a patch takes their place.
     Mesh_M::BuildReport loaded;
     std::vector<StageTime> times;
     std::vector<std::string> diagnostics; ///< lines that the library wrote

@@ -5,6 +5,8 @@
 #include "kelvane/toolkit/windows/splice_fates.hpp"
 
 #include <algorithm>
+#include <set>
+#include <utility>
 
 namespace KVN::toolkit {
 
@@ -36,6 +38,14 @@ class SpliceMaker {
         face_goes_[static_cast<std::size_t>(face)] = 0;
         for (const _vert* v : mesh_.faces.at(face).verts) {
             vertex_goes_[static_cast<std::size_t>(v->index)] = 0;
+        }
+    }
+
+    /// A patch will stand on this border.
+    void close_border(const std::vector<_vert*>& border) {
+        for (std::size_t i = 0; i < border.size(); ++i) {
+            closed_sides_.insert(
+                std::minmax(border[i]->index, border[(i + 1) % border.size()]->index));
         }
     }
 
@@ -114,10 +124,16 @@ class SpliceMaker {
         if (face_of_[t] >= 0) {
             return face_goes_[static_cast<std::size_t>(face_of_[t])] != 0;
         }
-        // One that the mesh refused goes with its corners.
-        return std::any_of(
-            &window_.triangles[3 * t], &window_.triangles[3 * t] + 3,
-            [&](std::int32_t v) { return vertex_goes_[static_cast<std::size_t>(v)] != 0; });
+        // One that the mesh refused, a duplicate say, goes with its corners, and where a patch
+        // takes its place beside the face that it repeats.
+        const std::int32_t* v = &window_.triangles[3 * t];
+        for (int k = 0; k < 3; ++k) {
+            if (vertex_goes_[static_cast<std::size_t>(v[k])] != 0 ||
+                closed_sides_.count(std::minmax(v[k], v[(k + 1) % 3])) != 0) {
+                return true;
+            }
+        }
+        return false;
     }
 
     void index_faces() {
@@ -184,8 +200,9 @@ class SpliceMaker {
     const std::vector<std::int32_t>& face_of_;
     Mesh_R::RecordIndex<_face> faces_{mesh_.faces};
     Mesh_R::RecordIndex<_vert> vertices_{mesh_.vertices};
-    std::vector<char> face_goes_;          ///< per face in the store
-    std::vector<char> vertex_goes_;        ///< per vertex of the window
+    std::vector<char> face_goes_;                                  ///< per face in the store
+    std::vector<char> vertex_goes_;                                ///< per vertex of the window
+    std::set<std::pair<std::int32_t, std::int32_t>> closed_sides_; ///< of all borders
     std::vector<std::size_t> returning_;   ///< triangles of records that go, but stay themselves
     std::vector<std::size_t> triangle_of_; ///< per face in the store
     std::vector<std::uint32_t> new_index_; ///< per vertex in the store, for new ones
@@ -210,11 +227,18 @@ Splice make_splice(const FinishedRun& finished, bool leave_open,
             }
         }
     }
-    maker.list_what_goes();
+    std::vector<std::size_t> closed;
     for (std::size_t h = 0; h < notes.holes.size(); ++h) {
-        if (left[static_cast<std::size_t>(notes.holes[h].marker)] == 0) {
-            maker.add_patch(notes.holes[h], finished.run.borders()[h]);
+        const auto marker = static_cast<std::size_t>(notes.holes[h].marker);
+        if (left[marker] == 0 && notes.holes[h].new_faces > 0 &&
+            reports[marker].outcome != Outcome::wild_patch) {
+            closed.push_back(h);
+            maker.close_border(finished.run.borders()[h]);
         }
+    }
+    maker.list_what_goes();
+    for (const std::size_t h : closed) {
+        maker.add_patch(notes.holes[h], finished.run.borders()[h]);
     }
     return maker.take();
 }
