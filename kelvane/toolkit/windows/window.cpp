@@ -53,27 +53,51 @@ void read_positions(const Surface& surface, Window& window) {
 }
 
 void list_vertices(const VertexBits& complete, Window& window) {
-    window.vertices.assign(window.triangles.begin(), window.triangles.end());
-    for (std::uint64_t v = 0; v < window.vertices_of_scan; ++v) {
-        if (complete.holds(v)) {
-            window.vertices.push_back(static_cast<std::uint32_t>(v));
-        }
+    VertexBits held = complete;
+    for (const std::int32_t corner : window.triangles) {
+        held.add(static_cast<std::uint32_t>(corner));
     }
-    std::sort(window.vertices.begin(), window.vertices.end());
-    window.vertices.erase(std::unique(window.vertices.begin(), window.vertices.end()),
-                          window.vertices.end());
+    window.vertices = held.list();
     window.complete.reserve(window.vertices.size());
     for (const std::uint32_t v : window.vertices) {
         window.complete.push_back(complete.holds(v) ? 1 : 0);
     }
+    const std::vector<std::uint32_t> before = held.counts_before();
     for (std::int32_t& corner : window.triangles) {
-        const auto at = std::lower_bound(window.vertices.begin(), window.vertices.end(),
-                                         static_cast<std::uint32_t>(corner));
-        corner = static_cast<std::int32_t>(at - window.vertices.begin());
+        corner = static_cast<std::int32_t>(held.rank(static_cast<std::uint32_t>(corner), before));
     }
 }
 
 } // namespace
+
+void VertexBits::add_all() {
+    words_.assign(words_.size(), ~std::uint64_t{0});
+    if (count_ % 64 != 0) {
+        words_.back() = (std::uint64_t{1} << (count_ % 64)) - 1;
+    }
+}
+
+std::vector<std::uint32_t> VertexBits::list() const {
+    std::vector<std::uint32_t> vertices;
+    for (std::size_t w = 0; w < words_.size(); ++w) {
+        for (std::uint64_t word = words_[w]; word != 0; word &= word - 1) {
+            vertices.push_back(
+                static_cast<std::uint32_t>(64 * w + static_cast<unsigned>(__builtin_ctzll(word))));
+        }
+    }
+    return vertices;
+}
+
+std::vector<std::uint32_t> VertexBits::counts_before() const {
+    std::vector<std::uint32_t> before;
+    before.reserve(words_.size());
+    std::uint32_t count = 0;
+    for (const std::uint64_t word : words_) {
+        before.push_back(count);
+        count += static_cast<std::uint32_t>(__builtin_popcountll(word));
+    }
+    return before;
+}
 
 void add_in_reach(const Surface& surface, const Reach& reach, VertexBits& complete) {
     std::vector<float> positions;

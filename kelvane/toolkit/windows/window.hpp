@@ -13,14 +13,25 @@ namespace KVN::toolkit {
 /// A set of vertices of a scan, a bit each.
 class VertexBits {
   public:
-    explicit VertexBits(std::uint64_t count) : words_((count + 63) / 64, 0) {}
+    explicit VertexBits(std::uint64_t count) : count_(count), words_((count + 63) / 64, 0) {}
     void add(std::uint64_t vertex) { words_[vertex / 64] |= std::uint64_t{1} << (vertex % 64); }
-    void add_all() { words_.assign(words_.size(), ~std::uint64_t{0}); }
+    void add_all();
     bool holds(std::uint64_t vertex) const {
         return (words_[vertex / 64] >> (vertex % 64) & 1) != 0;
     }
 
+    /// The vertices of the set, ascending.
+    std::vector<std::uint32_t> list() const;
+    /// Per 64 vertices, how many of the set come before them: see rank().
+    std::vector<std::uint32_t> counts_before() const;
+    /// The place of `vertex`, which is in the set, in list().
+    std::uint32_t rank(std::uint64_t vertex, const std::vector<std::uint32_t>& before) const {
+        const std::uint64_t below = words_[vertex / 64] & ((std::uint64_t{1} << (vertex % 64)) - 1);
+        return before[vertex / 64] + static_cast<std::uint32_t>(__builtin_popcountll(below));
+    }
+
   private:
+    std::uint64_t count_;
     std::vector<std::uint64_t> words_;
 };
 
