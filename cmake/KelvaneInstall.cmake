@@ -35,10 +35,15 @@ if(TARGET toolkit)
     install(DIRECTORY "${PROJECT_SOURCE_DIR}/kelvane/toolkit"
         DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kelvane"
         FILES_MATCHING PATTERN "*.hpp"
+        # What only the sources include.
         PATTERN formats EXCLUDE
-        PATTERN output_capture.hpp EXCLUDE
-        PATTERN portable_random.hpp EXCLUDE
-        PATTERN run_access.hpp EXCLUDE)
+        PATTERN windows EXCLUDE
+        REGEX "bodies/(base_fit|body_removal|marker_cylinder|place_look)\\.hpp" EXCLUDE
+        REGEX "find/(boundary_loops|vertex_grid|vertex_normals)\\.hpp" EXCLUDE
+        REGEX "job/(mesh_run|output_capture|repair_plan|run_access|stage_clock|team_size)\\.hpp" EXCLUDE
+        REGEX "report/border_words\\.hpp" EXCLUDE
+        REGEX "scan/(renumbering|scan_mesh)\\.hpp" EXCLUDE
+        REGEX "synthesis/portable_random\\.hpp" EXCLUDE)
 endif()
 if(TARGET kelvane_command)
     install(TARGETS kelvane_command)
