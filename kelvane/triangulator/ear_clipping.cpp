@@ -86,9 +86,9 @@ double HoleTriangulator::corner_cost(const _vert* prev, const _vert* cur, const 
         return zero_edge;
     }
 
-    const Eigen::Vector3d toPrev = difference(prev->pos, cur->pos);
-    const Eigen::Vector3d toNext = difference(next->pos, cur->pos);
-    const double theta = vector_angle(toPrev, toNext);
+    const Eigen::Vector3d to_prev = difference(prev->pos, cur->pos);
+    const Eigen::Vector3d to_next = difference(next->pos, cur->pos);
+    const double theta = vector_angle(to_prev, to_next);
     if (is_near_pi(theta)) {
         return straight;
     }
@@ -96,7 +96,7 @@ double HoleTriangulator::corner_cost(const _vert* prev, const _vert* cur, const 
         return 0.0;
     }
 
-    Eigen::Vector3d normal = cross(toPrev, difference(cur->pos, next->pos));
+    Eigen::Vector3d normal = cross(to_prev, difference(cur->pos, next->pos));
     const double length = std::sqrt(squared_norm(normal));
     normal = Eigen::Vector3d(normal.x() / length, normal.y() / length, normal.z() / length);
     // An edge that no face uses yet has nothing to bend against.

@@ -135,12 +135,12 @@ void queue_neighbours(const _edge* flipped, std::deque<_edge*>& queue) {
 
 } // namespace
 
-void HoleTriangulator::refine_patch(std::vector<_face*>& newFaces) {
-    if (newFaces.empty()) {
+void HoleTriangulator::refine_patch(std::vector<_face*>& new_faces) {
+    if (new_faces.empty()) {
         return;
     }
-    clear_scratch_marks(newFaces);
-    PatchEdges edges = sort_edges(newFaces);
+    clear_scratch_marks(new_faces);
+    PatchEdges edges = sort_edges(new_faces);
     for (_vert* v : rim_vertices(edges.rim)) {
         v->localSize = outer_edge_length(v);
     }
@@ -154,7 +154,7 @@ void HoleTriangulator::refine_patch(std::vector<_face*>& newFaces) {
     int stalls = 0;
     int previous = -1;
     while (true) {
-        const int added = split_large_faces(newFaces, edges.inner);
+        const int added = split_large_faces(new_faces, edges.inner);
         relax_edges(edges.inner);
         if (previous == added) {
             ++stalls; // never reset
@@ -168,19 +168,20 @@ void HoleTriangulator::refine_patch(std::vector<_face*>& newFaces) {
 
 /// One pass over the faces that stand when it begins. Returns the change of the number of live
 /// faces.
-int HoleTriangulator::split_large_faces(std::vector<_face*>& newFaces,
+int HoleTriangulator::split_large_faces(std::vector<_face*>& new_faces,
                                         std::vector<_edge*>& innerEdges) {
     int added = 0;
-    const std::size_t standing = newFaces.size();
-    for (std::size_t i = 0; i < standing && mesh->faces.liveCount < memoryGuard; ++i) {
-        _face* f = newFaces[i];
+    const std::size_t standing = new_faces.size();
+    for (std::size_t i = 0; i < standing && mesh->faces.liveCount < memory_guard; ++i) {
+        _face* f = new_faces[i];
         if (f->status == Mesh_R::status_deleted) {
             continue;
         }
         const MemS::Point3v<float> centroid = centroid_of(f);
         const double size = mean_size(f);
         if (is_large(f, centroid, size)) {
-            added += split_at_centroid(f, centroid, static_cast<float>(size), newFaces, innerEdges);
+            added +=
+                split_at_centroid(f, centroid, static_cast<float>(size), new_faces, innerEdges);
         }
     }
     return added;
@@ -189,7 +190,7 @@ int HoleTriangulator::split_large_faces(std::vector<_face*>& newFaces,
 /// Replaces a face by three around a new vertex. Only a complete split is entered into the lists:
 /// what a refused face leaves takes no further part in the refinement.
 int HoleTriangulator::split_at_centroid(_face* face, MemS::Point3v<float> centroid, float size,
-                                        std::vector<_face*>& newFaces,
+                                        std::vector<_face*>& new_faces,
                                         std::vector<_edge*>& innerEdges) {
     const int before = mesh->faces.liveCount;
     _vert* const hub = mesh->vertices.insert_vert(centroid);
@@ -210,7 +211,7 @@ int HoleTriangulator::split_at_centroid(_face* face, MemS::Point3v<float> centro
     const int change = mesh->faces.liveCount - before;
     if (change == 2) {
         innerEdges.insert(innerEdges.end(), hub->edges, hub->edges + 3);
-        newFaces.insert(newFaces.end(), made, made + 3);
+        new_faces.insert(new_faces.end(), made, made + 3);
     }
     return change;
 }

@@ -121,15 +121,15 @@ HoleTriangulator::HoleTriangulator(Mesh* mesh_, std::vector<_vert*>& boundary_)
     keep_all(mesh->faces);
 
     const auto loop = static_cast<std::int64_t>(boundary.size());
-    memoryGuard = mesh->faces.liveCount + memory_guard_faces + 8 * loop * loop;
+    memory_guard = mesh->faces.liveCount + memory_guard_faces + 8 * loop * loop;
 }
 
 HoleTriangulator::~HoleTriangulator() = default;
 
 void HoleTriangulator::fill_front() {
-    std::vector<_face*> newFaces;
-    clip_front(newFaces);
-    refine_patch(newFaces);
+    std::vector<_face*> new_faces;
+    clip_front(new_faces);
+    refine_patch(new_faces);
     remesh_patch();
 }
 
@@ -137,7 +137,7 @@ void HoleTriangulator::fill_front() {
 // and on the first face of each. A clip changes the three edges of its triangle and moves nothing,
 // so with distinct vertices only the two neighbours of the clipped entry get a new cost; all others
 // keep theirs to the bit. A front that passes a vertex twice has its costs computed afresh.
-void HoleTriangulator::clip_front(std::vector<_face*>& newFaces) {
+void HoleTriangulator::clip_front(std::vector<_face*>& new_faces) {
     if (boundary.size() <= 2) {
         return;
     }
@@ -167,7 +167,7 @@ void HoleTriangulator::clip_front(std::vector<_face*>& newFaces) {
             set_mark(front[picked].vert, rejected_bit); // until a neighbour has been clipped
             continue;
         }
-        newFaces.push_back(ear);
+        new_faces.push_back(ear);
         front.remove(picked);
         clear_mark(front[prev].vert, rejected_bit);
         clear_mark(front[next].vert, rejected_bit);

@@ -29,7 +29,7 @@ class HoleTriangulator {
   private:
     // hole_triangulator.cpp
     /// Clips ears until two entries are left or none is on offer; appends the faces made.
-    void clip_front(std::vector<_face*>& newFaces);
+    void clip_front(std::vector<_face*>& new_faces);
 
     // ear_clipping.cpp
     /// The unsigned angle between two vectors of any length, 0 to pi.
@@ -46,12 +46,12 @@ class HoleTriangulator {
     _face* add_ear(_vert* a, _vert* b, _vert* c);
 
     // front_refinement.cpp
-    /// Splits the faces of `newFaces` at their centroids down to the density of the surface around
+    /// Splits the faces of `new_faces` at their centroids down to the density of the surface around
     /// them, with a relaxation by flips after every pass; appends the faces made.
-    void refine_patch(std::vector<_face*>& newFaces);
-    int split_large_faces(std::vector<_face*>& newFaces, std::vector<_edge*>& innerEdges);
+    void refine_patch(std::vector<_face*>& new_faces);
+    int split_large_faces(std::vector<_face*>& new_faces, std::vector<_edge*>& innerEdges);
     int split_at_centroid(_face* face, MemS::Point3v<float> centroid, float size,
-                          std::vector<_face*>& newFaces, std::vector<_edge*>& innerEdges);
+                          std::vector<_face*>& new_faces, std::vector<_edge*>& innerEdges);
     void relax_edges(const std::vector<_edge*>& innerEdges);
 
     // edge_flip.cpp
@@ -85,7 +85,7 @@ class HoleTriangulator {
     /// Live faces above which no further vertex is made. The passes have no limit of their own on
     /// what they make; this one only keeps a wild coordinate from taking all memory, and lies far
     /// above what they make of a border without one (0.19 n^2 faces for n even edges).
-    std::int64_t memoryGuard;
+    std::int64_t memory_guard;
 };
 
 } // namespace KVN

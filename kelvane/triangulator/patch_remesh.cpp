@@ -93,7 +93,7 @@ void HoleTriangulator::split_long_edges(float lmax) {
     for (int pass = 0; pass < max_passes; ++pass) {
         bool split = false;
         const int total = mesh->edges.total(); // edges made meanwhile are for the next pass
-        for (int i = 0; i < total && mesh->faces.liveCount < memoryGuard; ++i) {
+        for (int i = 0; i < total && mesh->faces.liveCount < memory_guard; ++i) {
             _edge& e = mesh->edges.at(i);
             if (is_free(e) && narrowed_squared_length(&e) > limit) {
                 split_edge(&e);
@@ -237,13 +237,13 @@ bool HoleTriangulator::flip_lowers_valence(_edge* e) {
     if (c == nullptr || d == nullptr) {
         return false;
     }
-    const int atA = valence_deviation(e->start);
-    const int atB = valence_deviation(e->end);
-    const int atC = valence_deviation(c);
-    const int atD = valence_deviation(d);
-    const std::int64_t before = squared(atA) + squared(atB) + squared(atC) + squared(atD);
+    const int at_a = valence_deviation(e->start);
+    const int at_b = valence_deviation(e->end);
+    const int at_c = valence_deviation(c);
+    const int at_d = valence_deviation(d);
+    const std::int64_t before = squared(at_a) + squared(at_b) + squared(at_c) + squared(at_d);
     const std::int64_t after =
-        squared(atA - 1) + squared(atB - 1) + squared(atC + 1) + squared(atD + 1);
+        squared(at_a - 1) + squared(at_b - 1) + squared(at_c + 1) + squared(at_d + 1);
     return before > after;
 }
 

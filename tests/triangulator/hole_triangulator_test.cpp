@@ -167,7 +167,8 @@ TEST(FillFront, LeavesASoundMeshAndTheInputAsItWas) {
         SCOPED_TRACE(hole_case.name);
         Hole hole(hole_case.arrays, hole_case.loop);
         const Mesh_M::MeshArrays input = to_arrays(*hole.mesh);
-        hole->memoryGuard = std::min<std::int64_t>(hole->memoryGuard, 20'000); // one case meets it
+        hole->memory_guard =
+            std::min<std::int64_t>(hole->memory_guard, 20'000); // one case meets it
         hole->fill_front();
         EXPECT_EQ(expect_sound(*hole.mesh).non_manifold_edges, 0);
         const Mesh_M::MeshArrays result = to_arrays(*hole.mesh);
@@ -193,7 +194,7 @@ TEST(FillFront, MakesAsManyFacesAsAFarVertexAsksFor) {
     for (const bool guarded : {false, true}) {
         Hole hole(ring_around(20, one_far_off), 20);
         if (guarded) {
-            hole->memoryGuard = 13'000;
+            hole->memory_guard = 13'000;
         }
         hole->fill_front();
         faces[guarded] = hole.mesh->faces.liveCount;
