@@ -11,7 +11,7 @@ struct AnalyticOptions {
     double edge = 0.7;  ///< mean edge length aimed at
     double noise = 0.0; ///< standard deviation along the normal
     double margin = 1.0;
-    double radius = 2.5; ///< of the markers on a panel
+    double radius = 2.5;  ///< of the markers on a panel
     bool stickers = true; ///< false: bare surfaces without markers
 };
 
