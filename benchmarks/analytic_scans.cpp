@@ -1,12 +1,14 @@
 #include "analytic_scans.hpp"
 
-#include "analytic_surfaces.hpp"
+#include "support/analytic_surfaces.hpp"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 
 namespace KVN::bench {
+
+using namespace support;
 
 namespace {
 

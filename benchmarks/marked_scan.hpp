@@ -1,7 +1,7 @@
 // A scan with markers on it whose true surface is known.
 #pragma once
 
-#include "truth_surface.hpp"
+#include "mesh_truth.hpp"
 
 #include "kelvane/repair/repair_markers.hpp"
 

@@ -18,7 +18,7 @@
 //   flipped      normal at 90 degrees or more from the truth's, or winding against a neighbour's.
 #pragma once
 
-#include "truth_surface.hpp"
+#include "mesh_truth.hpp"
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "truth_surface.hpp"
+#include "mesh_truth.hpp"
 
 #include "kelvane/toolkit/measure/surface_distance.hpp"
 

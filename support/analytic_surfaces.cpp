@@ -1,11 +1,11 @@
-#include "analytic_surfaces.hpp"
+#include "support/analytic_surfaces.hpp"
 
 #include <Eigen/Geometry>
 #include <Eigen/LU>
 
 #include <cmath>
 
-namespace KVN::bench {
+namespace support {
 
 namespace {
 
@@ -168,4 +168,4 @@ std::shared_ptr<const AnalyticSurface> wave_surface(double width, double depth) 
     return std::make_shared<Waves>(width, depth);
 }
 
-} // namespace KVN::bench
+} // namespace support

@@ -1,11 +1,11 @@
 // Surfaces with a formula: parametrisation, normal, exact closest point.
 #pragma once
 
-#include "truth_surface.hpp"
+#include "support/truth_surface.hpp"
 
 #include <memory>
 
-namespace KVN::bench {
+namespace support {
 
 /// Parameter rectangle; a closed direction joins its end to its beginning.
 struct Domain {
@@ -33,4 +33,4 @@ std::shared_ptr<const AnalyticSurface> saddle_surface(double width, double depth
 /// z = 3 sin(2 pi x / 45) cos(2 pi y / 60) over a rectangle around the origin; goes on beyond it.
 std::shared_ptr<const AnalyticSurface> wave_surface(double width, double depth);
 
-} // namespace KVN::bench
+} // namespace support
