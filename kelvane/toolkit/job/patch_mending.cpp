@@ -1,12 +1,12 @@
 #include "kelvane/toolkit/job/patch_mending.hpp"
 
+#include "kelvane/toolkit/job/patch_blame.hpp"
+
 #include <Eigen/Core>
 #include <Eigen/Geometry>
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
-#include <limits>
 #include <utility>
 
 namespace KVN::toolkit {
@@ -18,36 +18,14 @@ using Mesh_M::MyFace;
 using Mesh_M::MyPoint3;
 using Faces = std::vector<MyFace>;
 
-/// Beyond this a normal says little. The one long closing edge of a rim makes aspects of some
-/// dozens, which must pass; from 1000 on a face counts as degenerate.
-constexpr double worst_aspect = 300.0;
-/// Cosine of the most by which a normal may turn from the mean around it, 85 degrees: a little less
-/// than what counts as flipped, since that mean is not the surface itself.
-constexpr double least_cosine = 0.0872;
-/// Of one face in the sum of a patch, so that one without area does not hide the others.
-constexpr double worst_badness = 1e9;
-/// Steps per patch, each of which lessens the faults. Most patches have one or two.
-constexpr int most_steps = 64;
-
-/// What does not change while the faces do.
-struct PatchPoints {
-    std::vector<Vector3d> positions; ///< narrowed to what the mesh holds
-    std::vector<char> on_border;
-
-    const Vector3d& at(int i) const { return positions[static_cast<std::size_t>(i)]; }
-    bool border(int i) const { return on_border[static_cast<std::size_t>(i)] != 0; }
-};
-
-/// What is wrong with a patch.
-struct Blame {
-    double badness = 0.0;
-    std::vector<int> faces; ///< those with a fault
-
-    bool operator<(const Blame& other) const {
-        return faces.size() != other.faces.size() ? faces.size() < other.faces.size()
-                                                  : badness < other.badness;
-    }
-};
+/// Rounds per patch, each of which lessens the faults. Most patches need one or two.
+constexpr int most_rounds = 64;
+/// Changes in a row that only together lessen the faults, as where an ear that was cut across a
+/// reflex corner of the border has to be turned and its inner corner drawn in. The work grows
+/// tenfold with each.
+constexpr int longest_run = 3;
+/// A patch with more faulty faces than this is no patch with slivers but a wreck.
+constexpr std::size_t most_faults = 24;
 
 bool lists_belong_together(std::size_t points, const Faces& faces, std::size_t normals,
                            const std::vector<int>& border_indices) {
@@ -58,58 +36,23 @@ bool lists_belong_together(std::size_t points, const Faces& faces, std::size_t n
                        [&](const MyFace& f) { return std::all_of(f.t_idx, f.t_idx + 3, valid); });
 }
 
-PatchPoints read_points(const std::vector<MyPoint3>& points,
-                        const std::vector<int>& border_indices) {
-    PatchPoints result;
+/// What the mesh will hold of a place.
+Vector3d narrowed(const Vector3d& place) {
+    return place.cast<float>().cast<double>();
+}
+
+PatchShape read_shape(const std::vector<MyPoint3>& points, const Faces& faces,
+                      const std::vector<int>& border_indices) {
+    PatchShape result;
+    result.faces = faces;
     for (const MyPoint3& p : points) {
-        result.positions.push_back(
-            Eigen::Vector3f(float(p.p[0]), float(p.p[1]), float(p.p[2])).cast<double>());
+        result.positions.push_back(narrowed(Vector3d(p.p)));
     }
     result.on_border.assign(points.size(), 0);
     for (const int i : border_indices) {
         result.on_border[static_cast<std::size_t>(i)] = 1;
     }
     return result;
-}
-
-/// Twice the area long.
-Vector3d area_vector(const PatchPoints& points, const MyFace& f) {
-    const Vector3d& corner = points.at(f.t_idx[0]);
-    return (points.at(f.t_idx[1]) - corner).cross(points.at(f.t_idx[2]) - corner);
-}
-
-double aspect_of(const PatchPoints& points, const MyFace& f) {
-    double longest = 0.0;
-    for (int k = 0; k < 3; ++k) {
-        const Vector3d side = points.at(f.t_idx[(k + 1) % 3]) - points.at(f.t_idx[k]);
-        longest = std::max(longest, side.squaredNorm());
-    }
-    const double area = area_vector(points, f).norm();
-    return area > 0.0 ? std::sqrt(0.75) * longest / area : std::numeric_limits<double>::infinity();
-}
-
-Blame judge(const PatchPoints& points, const Faces& faces) {
-    std::vector<Vector3d> around(points.positions.size(), Vector3d::Zero());
-    for (const MyFace& f : faces) {
-        for (const int i : f.t_idx) {
-            around[static_cast<std::size_t>(i)] += area_vector(points, f);
-        }
-    }
-    Blame blame;
-    for (std::size_t i = 0; i < faces.size(); ++i) {
-        const double aspect = aspect_of(points, faces[i]);
-        const Vector3d own = area_vector(points, faces[i]);
-        Vector3d mean = -3.0 * own; // the sums at its corners hold the face itself three times
-        for (const int corner : faces[i].t_idx) {
-            mean += around[static_cast<std::size_t>(corner)];
-        }
-        const bool turned = own.dot(mean) < least_cosine * own.norm() * mean.norm();
-        if (turned || !(aspect <= worst_aspect)) {
-            blame.badness += std::min(aspect, worst_badness) + (turned ? worst_aspect : 0.0);
-            blame.faces.push_back(static_cast<int>(i));
-        }
-    }
-    return blame;
 }
 
 int slot_of(const MyFace& f, int point) {
@@ -161,11 +104,14 @@ struct InnerEdge {
 };
 
 /// Turns edge ab to the other diagonal of its faces. False, with nothing changed, where that cannot
-/// be or would join two border points.
-bool flip(const PatchPoints& points, Faces& faces, int a, int b) {
+/// be or would make an edge between two border points that does not replace another such one.
+bool flip(PatchShape& shape, int a, int b) {
+    Faces& faces = shape.faces;
     const InnerEdge e(faces, a, b);
-    if (!e.exists() || e.c == e.d || (points.border(e.c) && points.border(e.d)) ||
-        joined(faces, e.c, e.d)) {
+    if (!e.exists() || e.c == e.d || joined(faces, e.c, e.d)) {
+        return false;
+    }
+    if (shape.border(e.c) && shape.border(e.d) && !(shape.border(a) && shape.border(b))) {
         return false;
     }
     faces[static_cast<std::size_t>(e.left)] = MyFace{{e.a, e.d, e.c}};
@@ -175,15 +121,15 @@ bool flip(const PatchPoints& points, Faces& faces, int a, int b) {
 
 /// Pulls the inner point `a` onto `b`. False, with nothing changed, where that would pinch the disc
 /// (the link condition of Dey, Edelsbrunner, Guha and Nekhayev) or join two border points.
-bool collapse(const PatchPoints& points, Faces& faces, int a, int b) {
+bool collapse(PatchShape& shape, int a, int b) {
+    Faces& faces = shape.faces;
     const InnerEdge e(faces, a, b);
-    if (!e.exists() || points.border(a)) {
+    if (!e.exists() || shape.border(a)) {
         return false;
     }
     for (const int w : neighbours(faces, a)) {
         const bool opposite = w == e.c || w == e.d;
-        if (w != b && !opposite &&
-            (joined(faces, w, b) || (points.border(w) && points.border(b)))) {
+        if (w != b && !opposite && (joined(faces, w, b) || (shape.border(w) && shape.border(b)))) {
             return false;
         }
     }
@@ -195,35 +141,78 @@ bool collapse(const PatchPoints& points, Faces& faces, int a, int b) {
     return true;
 }
 
-/// Takes the best single flip or collapse at a faulty face, if it lessens the blame.
-bool improve(const PatchPoints& points, Faces& faces, Blame& blame) {
-    const Faces before = faces;
-    bool better = false;
-    const auto consider = [&](Faces& tried) {
-        Blame then = judge(points, tried);
-        if (then < blame) {
-            blame = std::move(then);
-            faces = std::move(tried);
-            better = true;
+/// Puts the inner point `a` between its neighbours. False, with nothing changed, for a border
+/// point.
+bool centre(PatchShape& shape, int a) {
+    if (shape.border(a)) {
+        return false;
+    }
+    Vector3d sum = Vector3d::Zero();
+    const std::vector<int> around = neighbours(shape.faces, a);
+    for (const int w : around) {
+        sum += shape.at(w);
+    }
+    shape.positions[static_cast<std::size_t>(a)] =
+        narrowed(sum / static_cast<double>(around.size()));
+    return true;
+}
+
+/// Every shape that one flip, collapse or centring at a face makes.
+std::vector<PatchShape> changes_at(const PatchShape& shape, int face) {
+    std::vector<PatchShape> made;
+    PatchShape tried = shape;
+    const auto keep = [&](bool changed) {
+        if (changed) {
+            made.push_back(std::move(tried));
+            tried = shape;
         }
     };
-    for (const int f : std::vector<int>(blame.faces)) {
-        const int* t = before[static_cast<std::size_t>(f)].t_idx;
-        for (int k = 0; k < 3; ++k) {
-            const std::pair<int, int> ways[2] = {{t[k], t[(k + 1) % 3]}, {t[(k + 1) % 3], t[k]}};
-            Faces tried = before;
-            if (flip(points, tried, ways[0].first, ways[0].second)) {
-                consider(tried);
+    const int* t = shape.faces[static_cast<std::size_t>(face)].t_idx;
+    for (int k = 0; k < 3; ++k) {
+        const int a = t[k];
+        const int b = t[(k + 1) % 3];
+        keep(flip(tried, a, b));
+        keep(collapse(tried, a, b));
+        keep(collapse(tried, b, a));
+        keep(centre(tried, a));
+    }
+    return made;
+}
+
+/// Looks for the best of all runs of at most `depth` changes, each at a face that is faulty when it
+/// is its turn, and takes it if it lessens the blame of `best`.
+bool improve(const PatchShape& from, const PatchBlame& faults, int depth, PatchShape& best,
+             PatchBlame& least) {
+    bool better = false;
+    for (const int face : faults.faces) {
+        for (PatchShape& changed : changes_at(from, face)) {
+            PatchBlame then = judge_patch(changed);
+            if (then.faces.size() > faults.faces.size() + 1) {
+                continue;
             }
-            for (const auto& [from, to] : ways) {
-                tried = before;
-                if (collapse(points, tried, from, to)) {
-                    consider(tried);
-                }
+            if (depth > 1 && !then.faces.empty()) {
+                better |= improve(changed, then, depth - 1, best, least);
+            }
+            if (then < least) {
+                least = std::move(then);
+                best = std::move(changed);
+                better = true;
             }
         }
     }
     return better;
+}
+
+/// One round: the shortest run of changes that lessens the faults.
+bool mend_some(PatchShape& shape, PatchBlame& faults) {
+    const PatchShape from = shape;
+    const PatchBlame before = faults;
+    for (int depth = 1; depth <= longest_run; ++depth) {
+        if (improve(from, before, depth, shape, faults)) {
+            return true;
+        }
+    }
+    return false;
 }
 
 /// Drops the points that no face uses any more.
@@ -261,24 +250,29 @@ PatchMending mend_patch(std::vector<MyPoint3>& points, Faces& faces, std::vector
     if (!lists_belong_together(points.size(), faces, normals.size(), border_indices)) {
         return PatchMending::refused;
     }
-    const PatchPoints shape = read_points(points, border_indices);
-    Blame blame = judge(shape, faces);
-    if (blame.faces.empty()) {
+    PatchShape shape = read_shape(points, faces, border_indices);
+    const std::vector<Vector3d> given = shape.positions;
+    PatchBlame faults = judge_patch(shape);
+    if (faults.faces.empty()) {
         return PatchMending::sound;
     }
-    Faces mended = faces;
-    for (int step = 0; step < most_steps && !blame.faces.empty(); ++step) {
-        if (!improve(shape, mended, blame)) {
-            return PatchMending::refused;
+    for (int round = 0; round < most_rounds && !faults.faces.empty(); ++round) {
+        if (faults.faces.size() > most_faults || !mend_some(shape, faults)) {
+            break;
         }
     }
-    if (!blame.faces.empty()) {
+    if (!faults.faces.empty()) {
         return PatchMending::refused;
     }
-    faces = std::move(mended);
+    for (std::size_t i = 0; i < points.size(); ++i) {
+        if (shape.positions[i] != given[i]) {
+            std::copy_n(shape.positions[i].data(), 3, points[i].p);
+        }
+    }
+    faces = std::move(shape.faces);
     normals.clear();
     for (const MyFace& f : faces) {
-        const Vector3d n = area_vector(shape, f).normalized();
+        const Vector3d n = shape.area_vector(f).normalized();
         normals.push_back({{n.x(), n.y(), n.z()}});
     }
     drop_unused(points, faces, border_indices);

@@ -14,16 +14,17 @@ enum class PatchMending {
     refused ///< some fault resists, nothing changed
 };
 
-/// Looks for faces with an aspect ratio above 300 (sqrt(3)/2 * longest edge / shortest altitude) or
-/// a normal that turns by more than 85 degrees from the mean of the faces around it, all at the
-/// single precision of the mesh, and takes them out by edge flips and by collapses of inner points
-/// inside the patch. Faces that run through each other without either sign are not looked for.
+/// Takes the faults of judge_patch(), at the single precision of the mesh, out of a patch: by edge
+/// flips, collapses of inner points and moves of inner points into the middle of their neighbours,
+/// the shortest run of them that lessens the faults first. Faces that run through each other
+/// without being slivers or turned are not looked for.
 ///
 /// The patch is a disc, the lists as Orbrel::fairing returns them. The border's points, edges and
-/// number stay, the inner points that stay keep their places; no edge is made between two border
-/// points. Inner points that a collapse took away leave the list, so that indices change, and all
-/// normals are recomputed, unit length. Refuses lists that do not belong together. Thread-safe;
-/// linear in the patch's faces without faults, and per fault.
+/// number stay; an edge between two border points is made only in the place of another
+/// one, and whether the mesh has it already is for is_sound_patch() to ask. Inner points that a
+/// collapse took away leave the list, so that indices change, and all normals are recomputed, unit
+/// length. Refuses lists that do not belong together. Thread-safe; linear in the patch's faces
+/// without faults.
 KELVANE_EXPORT PatchMending mend_patch(std::vector<Mesh_M::MyPoint3>& points,
                                        std::vector<Mesh_M::MyFace>& faces,
                                        std::vector<Mesh_M::MyPoint3>& normals,
