@@ -32,6 +32,41 @@ DiscMesh mesh_of(const Patch& patch, double size) {
     return mesh;
 }
 
+// Adds triangles over points that begin behind those of the patch; -1 and -2 stand for the hub and
+// border point 0.
+void add_closed(Patch& patch, int new_points, const std::vector<Triangle>& triangles) {
+    const int first = static_cast<int>(patch.points.size());
+    for (int i = 0; i < new_points; ++i) {
+        patch.points.emplace_back(i, i * i, 3.0);
+    }
+    for (Triangle t : triangles) {
+        for (int& corner : t) {
+            corner = corner >= 0 ? first + corner : corner == -1 ? patch.borderCount : 0;
+        }
+        patch.triangles.push_back(t);
+    }
+}
+
+// The torus of seven points, which keeps the Euler characteristic (A. F. Moebius, A. Csaszar).
+void add_torus(Patch& patch) {
+    std::vector<Triangle> triangles;
+    for (int i = 0; i < 7; ++i) {
+        triangles.push_back({i, (i + 1) % 7, (i + 3) % 7});
+        triangles.push_back({i, (i + 3) % 7, (i + 2) % 7});
+    }
+    add_closed(patch, 7, triangles);
+}
+
+// An octahedron whose poles are two points of the patch: pinched there, the characteristic kept.
+void add_pinched_octahedron(Patch& patch) {
+    std::vector<Triangle> triangles;
+    for (int i = 0; i < 4; ++i) {
+        triangles.push_back({i, (i + 1) % 4, -1});
+        triangles.push_back({(i + 1) % 4, i, -2});
+    }
+    add_closed(patch, 4, triangles);
+}
+
 // What the records say of each other, and that they are a disc's: assigned anew they must pass.
 void expect_disc(const DiscMesh& mesh) {
     for (int h = 0; h < mesh.half_edge_count(); ++h) {
@@ -83,6 +118,8 @@ TEST(DiscMesh, TakesDiscsOnly) {
         {"corner twice", [](Patch& p) { p.triangles[1][0] = p.triangles[1][1]; }},
         {"index out of range", [](Patch& p) { p.triangles[1][0] = 99; }},
         {"loose point", [](Patch& p) { p.points.emplace_back(0, 0, 1); }},
+        {"two pieces", add_torus},
+        {"pinched", add_pinched_octahedron},
         {"border too long", [](Patch& p) { p.borderCount = 7; }},
         {"no border", [](Patch& p) { p.borderCount = 2; }}};
     for (const Row& row : rows) {
