@@ -2,12 +2,39 @@
 #
 #     find_package(kelvane CONFIG REQUIRED)                      # kelvane::kelvane
 #     find_package(kelvane CONFIG REQUIRED COMPONENTS toolkit)   # and kelvane::toolkit
+#     pkg-config --cflags --libs kelvane                         # or kelvane-toolkit
+#
+# Everything belongs to a component (lib, toolkit, dev, command, python), of which `cpack` makes a
+# Debian package each.
 include(CMakePackageConfigHelpers)
 
 set(kelvane_package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/kelvane")
 
-install(TARGETS mesh_kernel hole_filling kelvane EXPORT kelvaneTargets)
-install(EXPORT kelvaneTargets NAMESPACE kelvane:: DESTINATION "${kelvane_package_dir}")
+# Shared libraries go with the component, what a compiler or linker needs goes with dev.
+function(kelvane_install_libraries export component)
+    install(TARGETS ${ARGN} EXPORT ${export}
+        LIBRARY COMPONENT ${component} NAMELINK_COMPONENT dev
+        ARCHIVE COMPONENT dev)
+    install(EXPORT ${export} NAMESPACE kelvane:: DESTINATION "${kelvane_package_dir}" COMPONENT dev)
+endfunction()
+
+# Says where a pkg-config file finds the libraries from where it stands itself, so that the folder of
+# an installation can move.
+function(kelvane_install_pkg_config name)
+    file(RELATIVE_PATH KELVANE_PREFIX_FROM_PC
+        "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+    string(REGEX REPLACE "/$" "" KELVANE_PREFIX_FROM_PC "${KELVANE_PREFIX_FROM_PC}")
+    configure_file("${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in" "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
+    install(FILES "${PROJECT_BINARY_DIR}/${name}.pc"
+        DESTINATION "${CMAKE_INSTALL_LIBDIR}/pkgconfig" COMPONENT dev)
+endfunction()
+
+list(TRANSFORM PCL_INCLUDE_DIRS PREPEND "-I" OUTPUT_VARIABLE KELVANE_PCL_CFLAGS)
+list(FILTER KELVANE_PCL_CFLAGS INCLUDE REGEX "/(pcl-[0-9.]+|eigen3)$")
+list(JOIN KELVANE_PCL_CFLAGS " " KELVANE_PCL_CFLAGS)
+
+kelvane_install_libraries(kelvaneTargets lib mesh_kernel hole_filling kelvane)
+kelvane_install_pkg_config(kelvane)
 
 # Only what callers may include; the other headers are the sources' own.
 foreach(header
@@ -26,14 +53,14 @@ foreach(header
         triangulator/hole_triangulator.hpp)
     get_filename_component(folder "${header}" DIRECTORY)
     install(FILES "${PROJECT_SOURCE_DIR}/kelvane/${header}"
-        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kelvane/${folder}")
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kelvane/${folder}" COMPONENT dev)
 endforeach()
 
 if(TARGET toolkit)
-    install(TARGETS toolkit EXPORT kelvaneToolkitTargets)
-    install(EXPORT kelvaneToolkitTargets NAMESPACE kelvane:: DESTINATION "${kelvane_package_dir}")
+    kelvane_install_libraries(kelvaneToolkitTargets toolkit toolkit)
+    kelvane_install_pkg_config(kelvane-toolkit)
     install(DIRECTORY "${PROJECT_SOURCE_DIR}/kelvane/toolkit"
-        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kelvane"
+        DESTINATION "${CMAKE_INSTALL_INCLUDEDIR}/kelvane" COMPONENT dev
         FILES_MATCHING PATTERN "*.hpp"
         # What only the sources include.
         PATTERN formats EXCLUDE
@@ -46,7 +73,7 @@ if(TARGET toolkit)
         REGEX "synthesis/portable_random\\.hpp" EXCLUDE)
 endif()
 if(TARGET kelvane_command)
-    install(TARGETS kelvane_command)
+    install(TARGETS kelvane_command COMPONENT command)
 endif()
 
 # A static library hands its private dependencies on to whoever links it.
@@ -64,4 +91,8 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/kelvaneConfigVersion.cma
 install(FILES
     "${PROJECT_BINARY_DIR}/kelvaneConfig.cmake"
     "${PROJECT_BINARY_DIR}/kelvaneConfigVersion.cmake"
-    DESTINATION "${kelvane_package_dir}")
+    DESTINATION "${kelvane_package_dir}" COMPONENT dev)
+
+if(KELVANE_TOP_LEVEL)
+    include(KelvanePackages)
+endif()

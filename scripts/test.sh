@@ -9,7 +9,7 @@ build=${KELVANE_BUILD_DIR:-"$root/build/test"}
 # shellcheck source=scripts/packages.sh
 source "$root/scripts/packages.sh"
 
-install_missing_packages libgtest-dev
+install_missing_packages libgtest-dev pkg-config
 mapfile -t options < <(build_options)
 jobs=$(build_jobs)
 scratch=$(mktemp -d)
@@ -39,6 +39,15 @@ cmake --build "$build" -j "$jobs"
 cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
 "$scratch/prefix/bin/kelvane" --version # finds its libraries where they were installed
 consume installed -DCMAKE_PREFIX_PATH="$scratch/prefix" -DCONSUMER_TOOLKIT=ON
+echo "== consumer: pkg-config"
+PKG_CONFIG_PATH=$(dirname "$(find "$scratch/prefix" -name kelvane.pc)")
+export PKG_CONFIG_PATH
+for package in kelvane:use_library kelvane-toolkit:use_toolkit; do
+    # shellcheck disable=SC2046 # words are what pkg-config gives
+    g++ -std=c++17 "$root/tests/consumer/${package#*:}.cpp" -o "$scratch/consumer" \
+        $(pkg-config --cflags --libs "${package%:*}") -Wl,-rpath,"$(dirname "$PKG_CONFIG_PATH")"
+    "$scratch/consumer"
+done
 consume subdirectory -DKELVANE_SOURCE="$root"
 configure "$root" "$scratch/static" -DBUILD_SHARED_LIBS=OFF -DKELVANE_BUILD_TESTS=OFF \
     -DKELVANE_BUILD_EXAMPLES=OFF
