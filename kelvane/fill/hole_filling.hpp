@@ -13,22 +13,22 @@ namespace Mesh_M {
 
 /// A point or a vector of a patch.
 struct MyPoint3 {
-    double p[3] = {0.0, 0.0, 0.0};
+    double p[3] = {0.0, 0.0, 0.0}; ///< x, y, z
 };
 
 /// A triangle of a patch: three indices into the points that go with it, in the order of its
 /// winding.
 struct MyFace {
-    int t_idx[3] = {0, 0, 0};
+    int t_idx[3] = {0, 0, 0}; ///< indices of the corners, anticlockwise
 };
 
 /// A filled patch. The first `borderCount` points are the border's, in its order.
 struct MyOFFDataNew {
-    std::vector<MyPoint3> points;
-    std::vector<MyFace> faces;
-    int borderCount = 0;
-    int freeStart = 0;  ///< first point that a fairing may move; not below borderCount
-    int innerCount = 0; ///< number of points behind the border
+    std::vector<MyPoint3> points; ///< those of the border first, in its order
+    std::vector<MyFace> faces;    ///< over `points`
+    int borderCount = 0;          ///< of the points
+    int freeStart = 0;            ///< first point that a fairing may move; not below borderCount
+    int innerCount = 0;           ///< number of points behind the border
 };
 
 /// How fillHole2 and fairing placed the inner points; the value of their non-negative results.

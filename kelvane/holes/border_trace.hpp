@@ -33,17 +33,17 @@ enum class Refusal {
 
 /// A verdict with the figure that it rests on and the limit that the figure was held against.
 struct Verdict {
-    Refusal refusal = Refusal::none;
-    double figure = 0.0;
-    double limit = 0.0;
+    Refusal refusal = Refusal::none; ///< what stood against it
+    double figure = 0.0;             ///< what was measured
+    double limit = 0.0;              ///< what it had to keep
 
-    bool accepted() const { return refusal == Refusal::none; }
+    bool accepted() const { return refusal == Refusal::none; } ///< nothing stood against it
 };
 
 /// One walk that was judged.
 struct WalkTrace {
-    Verdict verdict;
-    int edges = 0;
+    Verdict verdict;       ///< how it ended
+    int edges = 0;         ///< how many it met
     bool as_chain = false; ///< judged as an open chain, not as a loop
     /// The walk's vertices in order, first to last; empty unless walks are kept.
     std::vector<const Mesh_R::_vert*> vertices;
@@ -51,9 +51,10 @@ struct WalkTrace {
 
 /// All that was tried for one region, in order.
 struct BorderTrace {
-    std::vector<WalkTrace> walks;
-    bool keep_walks = false; ///< also keep the walks' vertices
+    std::vector<WalkTrace> walks; ///< in the order in which they were taken
+    bool keep_walks = false;      ///< also keep the walks' vertices
 
+    /// Appends a walk; the edges are read only where walks are kept.
     void add(const Verdict& verdict, const std::vector<Mesh_R::_edge*>& edges, bool as_chain);
 };
 

@@ -11,13 +11,15 @@ namespace Mesh_M {
 
 /// What a bulk build did with the triangles that it was given; the five counts add up to all.
 struct BuildReport {
-    std::int64_t inserted = 0;
+    std::int64_t inserted = 0;     ///< faces that the mesh took
     std::int64_t out_of_range = 0; ///< an index below 0 or not below the number of positions
     std::int64_t degenerate = 0;   ///< the same index twice
     std::int64_t duplicate = 0;    ///< a face over the same three vertices exists already
     std::int64_t overfull = 0; ///< an edge or vertex already has as many records as its count holds
 
-    std::int64_t refused() const { return out_of_range + degenerate + duplicate + overfull; }
+    std::int64_t refused() const {
+        return out_of_range + degenerate + duplicate + overfull;
+    } ///< all that it did not take
 };
 
 /// Fills the empty mesh `mesh` from `vertex_count` positions (x, y, z each, 3 floats per vertex)

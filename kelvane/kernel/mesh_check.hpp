@@ -10,15 +10,15 @@ namespace Mesh_M {
 
 /// What check_mesh() counted and the first fault that it met.
 struct MeshCheck {
-    std::int64_t live_vertices = 0;
-    std::int64_t live_edges = 0;
-    std::int64_t live_faces = 0;
+    std::int64_t live_vertices = 0;      ///< not deleted
+    std::int64_t live_edges = 0;         ///< not deleted
+    std::int64_t live_faces = 0;         ///< not deleted
     std::int64_t boundary_edges = 0;     ///< one face
     std::int64_t non_manifold_edges = 0; ///< more than two faces
     std::int64_t pinch_vertices = 0;     ///< edgeCount - faceCount above 1
     std::string fault;                   ///< empty when the mesh is sound
 
-    bool sound() const { return fault.empty(); }
+    bool sound() const { return fault.empty(); } ///< everything agrees
 };
 
 /// Which status words are in order beside 8 and 3.

@@ -28,12 +28,12 @@ namespace MemS {
 /// Three coordinates or components, as the kernel takes positions and normals.
 template <class T>
 struct Point3v {
-    T x{};
-    T y{};
-    T z{};
+    T x{}; ///< first coordinate
+    T y{}; ///< second
+    T z{}; ///< third
 
     Point3v() = default;
-    Point3v(T x_, T y_, T z_) : x(x_), y(y_), z(z_) {}
+    Point3v(T x_, T y_, T z_) : x(x_), y(y_), z(z_) {} ///< from three coordinates
 };
 
 } // namespace MemS
@@ -62,41 +62,41 @@ constexpr int max_list_count = 32767;
 /// A vertex. `edges` and `faces` hold `edgeCount` and `faceCount` entries in no defined order; a
 /// vacated slot past the count keeps its old pointer (Face::dele_face tells who relies on that).
 struct _vert {
-    MemS::Point3v<float> pos;
+    MemS::Point3v<float> pos;    ///< where it lies
     MemS::Point3v<float> normal; ///< unit once Vertex::R_cal_vector has run; zero on a fresh record
-    _edge** edges = nullptr;
-    _face** faces = nullptr;
-    float localSize = 0.0f; ///< local target length, used on temporary meshes only
-    std::int32_t index = 0; ///< place in the store on a fresh record; callers may renumber
-    std::uint8_t flags = 0; ///< scratch bits with fixed owners
-    std::uint8_t edge_capacity_log2 = 0; ///< kernel's own: room in `edges`, as a power of two
-    std::int16_t edgeCount = 0;
-    std::int16_t faceCount = 0;
-    std::uint16_t status = status_normal;
-    std::uint32_t tag = 0;
-    std::uint8_t face_capacity_log2 = 0; ///< kernel's own: room in `faces`, as a power of two
+    _edge** edges = nullptr;     ///< that end here
+    _face** faces = nullptr;     ///< that have it as a corner
+    float localSize = 0.0f;      ///< local target length, used on temporary meshes only
+    std::int32_t index = 0;      ///< place in the store on a fresh record; callers may renumber
+    std::uint8_t flags = 0;      ///< scratch bits with fixed owners
+    std::uint8_t edge_capacity_log2 = 0;  ///< kernel's own: room in `edges`, as a power of two
+    std::int16_t edgeCount = 0;           ///< entries of `edges`
+    std::int16_t faceCount = 0;           ///< entries of `faces`
+    std::uint16_t status = status_normal; ///< see status_normal and its like
+    std::uint32_t tag = 0;                ///< free for the caller
+    std::uint8_t face_capacity_log2 = 0;  ///< kernel's own: room in `faces`, as a power of two
 };
 
 /// An edge between two vertices, in no oriented order. `faceCount` is 1 on a boundary edge.
 struct _edge {
-    _vert* start = nullptr;
-    _vert* end = nullptr;
-    _face** faces = nullptr;
-    std::int16_t faceCount = 0;
-    std::uint16_t status = status_normal;
-    std::uint8_t flags = 0;
-    std::uint8_t face_capacity_log2 = 0; ///< kernel's own: room in `faces`, as a power of two
+    _vert* start = nullptr;               ///< one end
+    _vert* end = nullptr;                 ///< the other
+    _face** faces = nullptr;              ///< on its sides
+    std::int16_t faceCount = 0;           ///< entries of `faces`
+    std::uint16_t status = status_normal; ///< as of a vertex
+    std::uint8_t flags = 0;               ///< scratch bits with fixed owners
+    std::uint8_t face_capacity_log2 = 0;  ///< kernel's own: room in `faces`, as a power of two
 };
 
 /// A triangle. The normal points to the side from which `verts` run anticlockwise. `edges` holds
 /// the edges of the vertex pairs (0, 1), (0, 2), (1, 2) on a face that the kernel made; an edge
 /// flip keeps the slots and so does not keep that order.
 struct _face {
-    _vert* verts[3] = {nullptr, nullptr, nullptr};
-    _edge* edges[3] = {nullptr, nullptr, nullptr};
-    MemS::Point3v<float> normal;
-    std::uint8_t flags = 0;
-    std::uint16_t status = status_normal;
+    _vert* verts[3] = {nullptr, nullptr, nullptr}; ///< the corners
+    _edge* edges[3] = {nullptr, nullptr, nullptr}; ///< the sides
+    MemS::Point3v<float> normal;                   ///< of unit length
+    std::uint8_t flags = 0;                        ///< scratch bits with fixed owners
+    std::uint16_t status = status_normal;          ///< as of a vertex
 };
 
 /// Records in equally sized blocks. Record i is `blocks[i / blockSize][i % blockSize]`; the total
@@ -104,10 +104,10 @@ struct _face {
 template <class Record>
 class BlockStore {
   public:
-    std::int32_t blockSize = 4096;
-    std::int32_t lastCount = 0;
-    std::int32_t fullBlocks = 0;
-    Record** blocks = nullptr;
+    std::int32_t blockSize = 4096; ///< records in a block
+    std::int32_t lastCount = 0;    ///< records in the last block
+    std::int32_t fullBlocks = 0;   ///< blocks before it
+    Record** blocks = nullptr;     ///< the blocks, in order
 
     BlockStore() = default;
     BlockStore(const BlockStore&) = delete;
@@ -234,9 +234,9 @@ namespace Mesh_M {
 /// A mesh: three record stores. Neither copied nor moved, since records are reached by address.
 class KELVANE_EXPORT Mesh {
   public:
-    Mesh_R::Face faces;
-    Mesh_R::Vertex vertices;
-    Mesh_R::Edge edges;
+    Mesh_R::Face faces;      ///< store of the triangles
+    Mesh_R::Vertex vertices; ///< store of the vertices
+    Mesh_R::Edge edges;      ///< store of the edges
 
     Mesh();
     ~Mesh();

@@ -15,8 +15,8 @@ enum class Method {
 /// One method: its names and its steps. `close` runs side by side over the holes and touches the
 /// hole's own lists only; `join` runs hole by hole, in order.
 struct Closing {
-    Method method;
-    const char* name;
+    Method method;                    ///< that it is
+    const char* name;                 ///< as users write it
     const char* help;                 ///< a clause for users
     int (RepairMarkers::*close)(int); ///< result as noted in HoleNote::closing_result
     void (RepairMarkers::*join)(int); ///< makes records of the hole's patch

@@ -33,15 +33,21 @@ namespace KVN {
 
 /// One circular reference marker on the scanned surface.
 struct Marker {
-    float x, y, z;    ///< centre
-    float nx, ny, nz; ///< normal; need not be of unit length
-    float radius;
+    float x;      ///< centre
+    float y;      ///< centre
+    float z;      ///< centre
+    float nx;     ///< normal; need not be of unit length
+    float ny;     ///< normal
+    float nz;     ///< normal
+    float radius; ///< of the sticker, in the mesh's unit
 };
 
 namespace toolkit {
 struct RunAccess; // reads what a run noted and starts it with another closing
 }
 
+/// Cuts the surface out under markers, closes the holes, and lets the surface around simply
+/// continue. Not for use by several threads at once; objects over different meshes are independent.
 class KELVANE_EXPORT RepairMarkers {
   public:
     /// Copies `markers` and builds the kd-tree over the live vertices of `mesh`. The mesh and
@@ -54,9 +60,13 @@ class KELVANE_EXPORT RepairMarkers {
     /// then does nothing.
     RepairMarkers(Mesh* mesh, std::vector<Marker>& markers, double markerSize, char sizeAdjustable,
                   float* blockSpheres, int blockSphereCount);
+    /// Works on the same mesh, with lists of its own.
     RepairMarkers(const RepairMarkers&);
+    /// Leaves an object behind that can be destroyed or assigned to.
     RepairMarkers(RepairMarkers&&);
+    /// As the copy.
     RepairMarkers& operator=(const RepairMarkers&);
+    /// As the move.
     RepairMarkers& operator=(RepairMarkers&&);
     ~RepairMarkers();
 

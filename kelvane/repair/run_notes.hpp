@@ -18,7 +18,7 @@ enum class RegionFinding {
 
 /// One marker's cut, as the removal left it.
 struct RegionNote {
-    RegionFinding finding = RegionFinding::no_vertex_in_reach;
+    RegionFinding finding = RegionFinding::no_vertex_in_reach; ///< what the cut met
     std::vector<_vert*> ring;  ///< the vertices just outside of the cut
     std::vector<_face*> faces; ///< cut out for this marker and not for one before it
     int hole = -1;             ///< of its own, or -1
@@ -28,17 +28,17 @@ struct RegionNote {
 
 /// One hole and what came of it.
 struct HoleNote {
-    int marker = 0;        ///< region that the hole came from
-    bool is_chain = false; ///< found as an open chain along the scan's rim, not as a loop
-    int border_vertices = 0;
+    int marker = 0;          ///< region that the hole came from
+    bool is_chain = false;   ///< found as an open chain along the scan's rim, not as a loop
+    int border_vertices = 0; ///< of the hole
     /// What the closing operation returned: negative where it gave up, otherwise by its contract
     /// in hole_filling.hpp.
     int closing_result = 0;
     bool refused = false; ///< closed, but its patch was not let into the mesh
     int first_vertex = 0; ///< store index of the first vertex that the patch brought
-    int new_vertices = 0;
-    int first_face = 0; ///< store index of the first face that the patch brought
-    int new_faces = 0;
+    int new_vertices = 0; ///< that the patch brought
+    int first_face = 0;   ///< store index of the first face that the patch brought
+    int new_faces = 0;    ///< that the patch brought; 0 where it was not joined
 };
 
 /// Everything that one run notes.

@@ -19,32 +19,32 @@ enum class RunStage { discovery, fill, insertion, fairing, normals, done };
 /// After the cut: faces are gone, no boundary has been looked at. The regions may be rewritten (all
 /// their vertices marked with flag bit 2) and further faces deleted.
 struct CutPlace {
-    Mesh& mesh;
-    const std::vector<Marker>& markers;
-    double margin; ///< added to every marker's radius
-    std::vector<std::vector<_vert*>>& regions;
-    RunNotes& notes;
+    Mesh& mesh;                                ///< as the stage left it
+    const std::vector<Marker>& markers;        ///< as the caller gave them
+    double margin;                             ///< added to every marker's radius
+    std::vector<std::vector<_vert*>>& regions; ///< per marker, the vertices around its cut
+    RunNotes& notes;                           ///< what has happened so far
 };
 
 /// After the search: every hole has its border and a copy of its surroundings, and nothing has been
 /// filled. Border points may be added: to `borders` and, at the same place, to `points`, with
 /// `boundary_counts` and the indices of `faces` brought up to date.
 struct SearchPlace {
-    Mesh& mesh;
-    std::vector<std::vector<_vert*>>& borders;
+    Mesh& mesh;                                 ///< as the stage left it
+    std::vector<std::vector<_vert*>>& borders;  ///< per hole, in walking order
     std::vector<std::vector<MyPoint3>>& points; ///< border, then surroundings
     std::vector<std::vector<MyFace>>& faces;    ///< surroundings, indexing `points`
-    std::vector<int>& boundary_counts;
-    RunNotes& notes;
+    std::vector<int>& boundary_counts;          ///< per hole, the border's part of `points`
+    RunNotes& notes;                            ///< what has happened so far
 };
 
 /// Before a patch is joined to the mesh: it may be changed or refused.
 struct JoinPlace {
-    const Mesh& mesh;
-    int hole;
-    const std::vector<_vert*>& border;
-    std::vector<MyPoint3>& points;
-    std::vector<MyFace>& faces;
+    const Mesh& mesh;                  ///< as the stage left it
+    int hole;                          ///< its number
+    const std::vector<_vert*>& border; ///< in walking order
+    std::vector<MyPoint3>& points;     ///< of the patch
+    std::vector<MyFace>& faces;        ///< of the patch, indexing `points`
     /// One per face; null where the closing leaves the normals to the insertion.
     std::vector<MyPoint3>* normals;
     /// The points that stand for border vertices, told by their coordinates; null where the first
@@ -53,15 +53,15 @@ struct JoinPlace {
     /// Per point, its place in `border`, or -1 for a new vertex. Empty where `border_points` names
     /// a point that does not exist.
     std::vector<int> border_places;
-    HoleNote& note;
+    HoleNote& note; ///< of this hole
 };
 
 /// What is called at each place; an empty function is passed over.
 struct RunPlaces {
-    std::function<void(RunStage)> stage_begins;
-    std::function<void(CutPlace&)> after_cut;
-    std::function<void(SearchPlace&)> after_search;
-    std::function<bool(JoinPlace&)> before_join; ///< false: the hole stays open
+    std::function<void(RunStage)> stage_begins;     ///< before every stage
+    std::function<void(CutPlace&)> after_cut;       ///< once
+    std::function<void(SearchPlace&)> after_search; ///< once
+    std::function<bool(JoinPlace&)> before_join;    ///< false: the hole stays open
 };
 
 } // namespace KVN

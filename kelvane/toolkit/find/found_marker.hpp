@@ -9,7 +9,7 @@ namespace KVN::toolkit {
 
 /// A place that looks like a marker's. Lengths in the scan's unit.
 struct FoundMarker {
-    Marker marker;
+    Marker marker;           ///< centre, normal and radius
     double residual = 0.0;   ///< holes: RMS distance of the border from its circle; colours: 0
     int edges = 0;           ///< holes: of the border; colours: 0
     double confidence = 0.0; ///< 0 to 1: how far within the limits

@@ -10,9 +10,10 @@
 
 namespace KVN::toolkit {
 
+/// Which holes are of interest.
 struct RoundHoleOptions {
     double radius_min = 0.0; ///< in the scan's unit, as all lengths here
-    double radius_max = std::numeric_limits<double>::infinity();
+    double radius_max = std::numeric_limits<double>::infinity(); ///< greatest
 };
 
 /// The boundary loops of `scan` that are round holes, in the order of their first vertices. Without

@@ -16,10 +16,10 @@ namespace KVN::toolkit {
 
 /// What a cut did.
 struct CutReport {
-    std::int64_t vertices_before = 0;
-    std::int64_t faces_before = 0;
-    std::int64_t vertices_after = 0;
-    std::int64_t faces_after = 0;
+    std::int64_t vertices_before = 0;  ///< also those without faces
+    std::int64_t faces_before = 0;     ///< face records
+    std::int64_t vertices_after = 0;   ///< that stayed
+    std::int64_t faces_after = 0;      ///< that stayed
     std::int64_t short_faces = 0;      ///< faces of the file with too few corners, left out
     Mesh_M::BuildReport loaded;        ///< faces around the blocks that the mesh took and refused
     std::vector<std::string> not_kept; ///< what the output's format could not hold, a line each

@@ -11,8 +11,10 @@ namespace KVN::toolkit {
 
 /// A sphere to be cut out of a scan.
 struct Block {
-    float x, y, z; ///< centre
-    float radius;
+    float x;      ///< centre
+    float y;      ///< centre
+    float z;      ///< centre
+    float radius; ///< in the mesh's unit
 };
 
 /// Reads markers: centre, normal, radius.

@@ -37,7 +37,7 @@ struct RepairOptions {
     bool size_adjustable = false;
     /// The scan's mean point distance, in the mesh's unit. None: not told to the library.
     std::optional<float> resolution;
-    Method method = Method::fast;
+    Method method = Method::fast; ///< how holes are closed
     /// Threads of the parallel stages. 0: as many as the OpenMP runtime gives. The result is the
     /// same.
     int threads = 0;
@@ -81,10 +81,10 @@ KELVANE_EXPORT bool is_repaired(Outcome outcome);
 
 /// One marker's result. The counts are 0 where there is no hole of the marker's own.
 struct MarkerReport {
-    Outcome outcome = Outcome::no_vertex_within_reach;
-    int border_vertices = 0;
-    int new_vertices = 0;
-    int new_faces = 0;
+    Outcome outcome = Outcome::no_vertex_within_reach; ///< what became of it
+    int border_vertices = 0;                           ///< of its hole
+    int new_vertices = 0;                              ///< of its patch
+    int new_faces = 0;                                 ///< of its patch
     /// How the patch came to its place, for methods that can do it in several ways, in words.
     std::string placement;
     /// Where no border was found, what stood against the boundary that came nearest, in words.
@@ -94,8 +94,8 @@ struct MarkerReport {
 
 /// The time that a stage took.
 struct StageTime {
-    Stage stage;
-    double seconds;
+    Stage stage;    ///< which
+    double seconds; ///< of wall time
 };
 
 /// Everything that a run tells.
@@ -105,14 +105,14 @@ struct KELVANE_EXPORT RepairReport {
     int threads = 0;                   ///< as they were used
     std::int64_t vertices_before = 0;  ///< also those without faces
     std::int64_t faces_before = 0;     ///< face records
-    std::int64_t vertices_after = 0;
-    std::int64_t faces_after = 0;
-    std::int64_t short_faces = 0; ///< faces of the file with too few corners, left out
+    std::int64_t vertices_after = 0;   ///< as written
+    std::int64_t faces_after = 0;      ///< as written
+    std::int64_t short_faces = 0;      ///< faces of the file with too few corners, left out
     /// Faces around the markers that the mesh took and refused, by reason; of all the scan's faces
     /// with `whole_mesh`. Refused ones stay in the scan unless a corner of
     /// theirs goes or a patch takes their place.
     Mesh_M::BuildReport loaded;
-    std::vector<StageTime> times;
+    std::vector<StageTime> times;         ///< stage by stage
     std::vector<std::string> diagnostics; ///< lines that the library wrote
     std::vector<std::string> not_kept;    ///< what the output's format could not hold, a line each
 

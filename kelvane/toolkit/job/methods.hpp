@@ -12,7 +12,7 @@ using KVN::Method;
 
 /// A method as users meet it.
 struct MethodInfo {
-    Method method;
+    Method method;    ///< for RepairOptions
     const char* name; ///< as on the command line, e.g. "fast"
     const char* help; ///< what it does, a clause
 };

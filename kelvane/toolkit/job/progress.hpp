@@ -26,11 +26,12 @@ class KELVANE_EXPORT Progress {
     /// Told on the job's thread when a stage begins and, with `done` 1, when the job is finished.
     using Listener = std::function<void(Stage stage, double done)>;
 
+    /// No listener: only to be cancelled.
     explicit Progress(Listener listener = {});
 
     /// Asks the job to stop; it does so before the next stage begins.
     void cancel() noexcept { cancel_.store(true); }
-    bool cancelled() const noexcept { return cancel_.load(); }
+    bool cancelled() const noexcept { return cancel_.load(); } ///< somebody has asked to stop
 
     /// Between 0 and 1; 1 only when the job is finished.
     double fraction() const noexcept { return fraction_.load(); }

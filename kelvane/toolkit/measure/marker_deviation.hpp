@@ -27,10 +27,10 @@ KELVANE_EXPORT std::vector<MarkerDeviation> marker_deviations(const Scan& scan, 
 
 /// The worst of a list, inside the surface and on its rim apart; 0 where there is none.
 struct DeviationSummary {
-    double largest_inside = 0.0;
-    double largest_on_rim = 0.0;
-    int inside = 0; ///< markers that were measured
-    int on_rim = 0;
+    double largest_inside = 0.0; ///< of the markers inside
+    double largest_on_rim = 0.0; ///< of those on the rim
+    int inside = 0;              ///< markers that were measured
+    int on_rim = 0;              ///< how many are on the rim
 };
 KELVANE_EXPORT DeviationSummary summarise(const std::vector<MarkerDeviation>& deviations);
 

@@ -22,6 +22,7 @@ struct SurfacePoint {
 /// Copies what it needs of the scan.
 class KELVANE_EXPORT SurfaceDistance {
   public:
+    /// Builds the tree, in the order of the number of triangles times its logarithm.
     explicit SurfaceDistance(const Scan& scan);
 
     /// The unsigned distance to the nearest triangle; infinite for an empty surface or a point that

@@ -14,11 +14,11 @@ namespace KVN::toolkit {
 
 /// Coloured lines and faces over points of their own.
 struct Drawing {
-    std::string name; ///< of its file, without the extension
-    std::vector<std::array<float, 3>> points;
+    std::string name;                                 ///< of its file, without the extension
+    std::vector<std::array<float, 3>> points;         ///< in the mesh's unit
     std::vector<std::array<std::uint8_t, 3>> colours; ///< red, green, blue; one per point
-    std::vector<std::array<std::int32_t, 2>> edges;
-    std::vector<std::array<std::int32_t, 3>> faces;
+    std::vector<std::array<std::int32_t, 2>> edges;   ///< over `points`
+    std::vector<std::array<std::int32_t, 3>> faces;   ///< over `points`
 };
 
 /// One marker's road through a run.

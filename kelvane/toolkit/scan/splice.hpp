@@ -29,15 +29,16 @@ struct Splice {
     /// of the other two belong to new vertex k, so that origin_begin has one entry more than there
     /// are new vertices, or none at all if nothing is known: properties are zero then.
     std::vector<std::uint32_t> origin_begin;
-    std::vector<std::uint32_t> origin_vertex;
-    std::vector<float> origin_weight; ///< not negative, sum 1 per new vertex
+    std::vector<std::uint32_t> origin_vertex; ///< that it grew from
+    std::vector<float> origin_weight;         ///< not negative, sum 1 per new vertex
     /// Per new face the old face record that it takes its properties from, also one that is gone;
     /// or empty: properties are zero then.
     std::vector<std::uint64_t> face_origin;
 
     std::vector<float> normals; ///< x, y, z per new vertex, unit length; empty: not computed
 
-    std::size_t new_vertex_count() const { return positions.size() / 3; }
+    std::size_t new_vertex_count() const { return positions.size() / 3; } ///< of the new ones
+    /// Nothing goes and nothing comes.
     bool empty() const {
         return vertices_gone.empty() && faces_gone.empty() && positions.empty() && faces.empty();
     }

@@ -30,22 +30,24 @@ constexpr int body_kinds = 12;
 /// The name as it stands above.
 KELVANE_EXPORT const char* to_string(BodyKind kind);
 
+/// A body to be put on a scan.
 struct RaisedBody {
-    BodyKind kind;
-    Marker foot; ///< on the scan, its normal the scan's there
+    BodyKind kind; ///< its shape
+    Marker foot;   ///< on the scan, its normal the scan's there
 };
 
+/// How the bodies are scanned; lengths in millimetres.
 struct BodyOptions {
-    double edge = 0.7;   ///< of the bodies' faces
-    double noise = 0.01; ///< standard deviation of their vertices
-    std::uint64_t seed = 1;
+    double edge = 0.7;      ///< of the bodies' faces
+    double noise = 0.01;    ///< standard deviation of their vertices
+    std::uint64_t seed = 1; ///< another number, another scan
 };
 
 /// A scan with bodies, and the markers as a measuring system lists them: at the top of the body,
 /// balls at their centre.
 struct RaisedScan {
-    Scan scan;
-    std::vector<Marker> markers;
+    Scan scan;                   ///< with the bodies on it
+    std::vector<Marker> markers; ///< one per body
 };
 
 /// Sets bodies onto `scan`. Its vertices under them go, the others keep their bits and come first,

@@ -21,7 +21,7 @@ struct DemoOptions {
     bool overlapping = true; ///< two more markers that overlap each other
     bool off_surface = true; ///< one more marker that lies nowhere near the panel
     bool ragged_rim = false; ///< faces missing here and there along the rim
-    std::uint64_t seed = 1;
+    std::uint64_t seed = 1;  ///< another number, another scan
 };
 
 enum class MarkerKind { inside, on_rim, overlapping, off_surface };
@@ -30,9 +30,9 @@ enum class MarkerKind { inside, on_rim, overlapping, off_surface };
 /// the markers as a measuring system would report them. Outside the stickers both have the same
 /// positions, bit for bit.
 struct SyntheticScan {
-    Scan marked;
-    Scan truth;
-    std::vector<Marker> markers;
+    Scan marked;                   ///< with stickers
+    Scan truth;                    ///< without
+    std::vector<Marker> markers;   ///< as a measuring system reports them
     std::vector<MarkerKind> kinds; ///< one per marker
 };
 
