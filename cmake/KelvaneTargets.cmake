@@ -22,6 +22,7 @@ function(kelvane_options target)
     if(KELVANE_SANITIZE)
         target_compile_options(${target} PRIVATE -fsanitize=${KELVANE_SANITIZE} -fno-omit-frame-pointer
             -fno-sanitize-recover=all)
+        target_compile_definitions(${target} PRIVATE KELVANE_SANITIZED)
         target_link_options(${target} PUBLIC -fsanitize=${KELVANE_SANITIZE})
     endif()
 endfunction()
