@@ -101,6 +101,7 @@ int repair(const Arguments& arguments) {
         report =
             repair_file(*scan, markers, arguments.options, arguments.output, &display.progress());
     }
+    print_notes(report.warnings);
     print_notes(report.not_kept);
     if (!arguments.quiet) {
         for (const std::string& line : report.diagnostics) {

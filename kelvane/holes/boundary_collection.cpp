@@ -85,6 +85,55 @@ void RepairMarkers::note_joined_holes() {
             region.joined_hole = static_cast<int>(most - shared.begin());
         }
     }
+    note_swallowed_regions();
+}
+
+// A cut that lies within that of another marker, as that of a duplicate does, has no live vertex
+// around it. It has joined the hole of the marker that took the faces there.
+void RepairMarkers::note_swallowed_regions() {
+    std::map<const _vert*, std::vector<int>> cut_by;
+    const int regions = static_cast<int>(notes.regions.size());
+    const auto hole_of = [this](int r) {
+        const RegionNote& region = notes.regions[r];
+        return region.hole >= 0 ? region.hole : region.joined_hole;
+    };
+    std::vector<int> swallowed;
+    for (int r = 0; r < regions; ++r) {
+        const RegionNote& region = notes.regions[r];
+        const auto is_live = [](const _vert* v) { return v->status != Mesh_R::status_deleted; };
+        if (region.nearest != nullptr && hole_of(r) < 0 &&
+            std::none_of(region.ring.begin(), region.ring.end(), is_live)) {
+            swallowed.push_back(r);
+        }
+    }
+    if (swallowed.empty()) {
+        return;
+    }
+    for (int r = 0; r < regions; ++r) {
+        for (const _face* face : notes.regions[r].faces) {
+            for (const _vert* v : face->verts) {
+                cut_by[v].push_back(r);
+            }
+        }
+    }
+    // One may lie in another that lies in a third.
+    for (bool changed = true; changed;) {
+        changed = false;
+        for (const int r : swallowed) {
+            RegionNote& region = notes.regions[r];
+            std::vector<const _vert*> within(region.ring.begin(), region.ring.end());
+            within.push_back(region.nearest);
+            for (std::size_t i = 0; i < within.size() && region.joined_hole < 0; ++i) {
+                for (const int owner : cut_by[within[i]]) {
+                    if (owner != r && hole_of(owner) >= 0) {
+                        region.joined_hole = hole_of(owner);
+                        changed = true;
+                        break;
+                    }
+                }
+            }
+        }
+    }
 }
 
 } // namespace KVN

@@ -138,6 +138,7 @@ void RepairMarkers::DeleteMarkRegion() {
         selected.clear();
         select_marker_vertices(marker, hits, selected);
         RegionNote region;
+        region.nearest = selected.empty() ? nullptr : &mesh->vertices.at(selected.front());
         collect_ring(selected, region);
         markRegions.push_back(region.ring);
         // By the hits, not by the ring: a ring vertex outside the sphere keeps its mark, and the

@@ -127,6 +127,7 @@ class KELVANE_EXPORT RepairMarkers {
     // holes/
     void BoundaryData();
     void note_joined_holes();
+    void note_swallowed_regions();
     void findmarkhole(std::vector<_vert*>& region, std::vector<_vert*>& border);
     bool find_candidate(const std::vector<_vert*>& region, std::vector<_edge*>& edges,
                         std::vector<std::vector<_edge*>>& loops, const _edge*& walk_start);

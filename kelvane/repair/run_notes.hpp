@@ -19,11 +19,13 @@ enum class RegionFinding {
 /// One marker's cut, as the removal left it.
 struct RegionNote {
     RegionFinding finding = RegionFinding::no_vertex_in_reach; ///< what the cut met
+    _vert* nearest = nullptr;  ///< of the vertices on the marker, the one nearest to its centre
     std::vector<_vert*> ring;  ///< the vertices just outside of the cut
     std::vector<_face*> faces; ///< cut out for this marker and not for one before it
     int hole = -1;             ///< of its own, or -1
     BorderTrace trace;         ///< how the search went
-    int joined_hole = -1;      ///< another marker's, with which this cut has run together, or -1
+    /// Another marker's hole, with which this cut has run together or in which it lies, or -1.
+    int joined_hole = -1;
 };
 
 /// One hole and what came of it.

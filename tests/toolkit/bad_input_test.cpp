@@ -114,6 +114,7 @@ std::vector<BadCase> bad_markers() {
         {"minus.csv", header + "1,2,3,0,0,1,-2\n", "line 2: the radius, -2, is not above 0"},
         {"normal.csv", header + "1,2,3,0,0,0,2\n", "line 2: the normal has length 0"},
         {"broken.json", "[{\"x\": 1,", "is no JSON: parse error at line 1, column 10"},
+        {"deep.json", std::string(110000, '['), "is nested more than 50 levels deep"},
         {"scalar.json", "3", "holds neither an array"},
         {"string.json", R"([{"x":"1","y":2,"z":3,"nx":0,"ny":0,"nz":1,"radius":2}])",
          "record 1: x is missing or no number"},

@@ -10,6 +10,7 @@
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
 #include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -96,6 +97,38 @@ TEST_P(Repair, IsTheSameForEveryNumberOfThreads) {
     }
 }
 
+// In another unit a power of two away the same repair comes out, to the bit. Markers of 2 to 4 mm.
+TEST_P(Repair, IsTheSameInEveryUnit) {
+    Scan plain = panel().marked;
+    RepairOptions options = options_for(GetParam());
+    options.marker_size = 1.5;
+    const int repaired = repair_scan(plain, panel().markers, options).repaired();
+    for (const int exponent : {-10, -100, 20, 55}) { // metres, smaller than any, beyond planets
+        SCOPED_TRACE(exponent);
+        const auto in_unit = [&](auto value) { return std::ldexp(value, exponent); };
+        const auto rescale = [&](std::vector<float> values) {
+            std::transform(values.begin(), values.end(), values.begin(), in_unit);
+            return values;
+        };
+        std::vector<KVN::Marker> markers = panel().markers;
+        for (KVN::Marker& m : markers) {
+            m = {in_unit(m.x), in_unit(m.y), in_unit(m.z), m.nx, m.ny, m.nz, in_unit(m.radius)};
+        }
+        options.marker_size = in_unit(1.5);
+        Scan scan = panel().marked;
+        scan.positions = rescale(panel().marked.positions);
+        Mesh_M::Mesh mesh;
+        build_from(scan, mesh);
+        const RepairReport report = repair_scan(scan, markers, options);
+        EXPECT_EQ(report.repaired(), repaired);
+        EXPECT_EQ(report.marker_size, in_unit(1.5));
+        EXPECT_EQ(scan.triangles, plain.triangles);
+        EXPECT_EQ(scan.positions, rescale(plain.positions));
+        EXPECT_EQ(repair_mesh(mesh, markers, options).repaired(), repaired);
+        EXPECT_EQ(scan_info(scan_of(mesh)).upper, scan_info(scan).upper);
+    }
+}
+
 std::vector<Method> all_methods() {
     std::vector<Method> list;
     for (const MethodInfo& info : methods()) {
@@ -143,6 +176,35 @@ TEST(MarkerRepair, TellsWhyNothingWasCut) {
     EXPECT_EQ(report.markers[2].outcome, Outcome::all_facing_away);
     EXPECT_EQ(report.repaired(), 0);
     EXPECT_TRUE(same_bytes(scan, panel().truth));
+}
+
+TEST(MarkerRepair, MarkersWithinOneAnotherShareAHole) {
+    const KVN::Marker first = panel().markers[0];
+    const std::vector<float> lists[] = {{1, 1, 1}, {0.5F, 1, 0.7F}, {0.4F, 0.7F, 1}, {1, 0.4F}};
+    for (const std::vector<float>& shares : lists) {
+        std::vector<KVN::Marker> markers(shares.size(), first);
+        for (std::size_t i = 0; i < shares.size(); ++i) {
+            markers[i].radius = shares[i] * first.radius;
+        }
+        Scan scan = panel().marked;
+        const RepairReport report = repair_scan(scan, markers, {});
+        EXPECT_EQ(report.repaired(), static_cast<int>(shares.size()));
+        EXPECT_EQ(std::count_if(report.markers.begin(), report.markers.end(),
+                                [](const MarkerReport& m) { return m.new_faces > 0; }),
+                  1);
+    }
+}
+
+TEST(MarkerRepair, WarnsOfCoarseCoordinates) {
+    for (const float away : {0.0F, 100e3F, 10e6F}) { // millimetres; edges of 0.73
+        Scan scan = panel().marked;
+        for (std::size_t i = 0; i < scan.positions.size(); i += 3) {
+            scan.positions[i] += away;
+        }
+        KVN::Marker marker = panel().markers[0];
+        marker.x += away;
+        EXPECT_EQ(repair_scan(scan, {marker}, {}).warnings.empty(), away < 1e6F) << away;
+    }
 }
 
 TEST(MarkerRepair, CancelLeavesTheScanAlone) {

@@ -18,6 +18,10 @@ namespace {
 
 using Names = std::vector<std::string>;
 
+// Levels of arrays and objects: a list of markers has three. Values are copied and freed by
+// recursion, so that a file of brackets would overflow the stack.
+constexpr int deepest_json = 50;
+
 /// One record of a list: its values in the order of the names that were asked for.
 struct Record {
     std::string place; ///< "line 3" or "record 2", for messages
@@ -103,8 +107,14 @@ std::vector<Record> read_csv(const SourceFile& source, const Names& names) {
 }
 
 nlohmann::json parse_json(const SourceFile& source) {
+    const auto bound_depth = [&source](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
+        if (depth > deepest_json) {
+            source.fail("is nested more than " + std::to_string(deepest_json) + " levels deep");
+        }
+        return true;
+    };
     try {
-        return nlohmann::json::parse(source.bytes);
+        return nlohmann::json::parse(source.bytes, bound_depth);
     } catch (const nlohmann::json::exception& error) {
         const std::string text = error.what(); // "[json.exception...] parse error at line 1, ..."
         const std::size_t start = text.find("] ");

@@ -1,11 +1,13 @@
 #include "kelvane/toolkit/job/marker_repair.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/job/coarse_coordinates.hpp"
 #include "kelvane/toolkit/job/mesh_run.hpp"
 #include "kelvane/toolkit/job/output_capture.hpp"
 #include "kelvane/toolkit/job/repair_plan.hpp"
 #include "kelvane/toolkit/job/stage_clock.hpp"
 #include "kelvane/toolkit/job/team_size.hpp"
+#include "kelvane/toolkit/job/working_scale.hpp"
 #include "kelvane/toolkit/measure/scan_info.hpp"
 #include "kelvane/toolkit/scan/splice_arrays.hpp"
 #include "kelvane/toolkit/windows/surface.hpp"
@@ -37,12 +39,18 @@ void run_repair(Mesh& mesh, const std::vector<Marker>& markers, const RepairOpti
     OutputCapture capture;
 
     clock.begin(Stage::removal);
-    MeshRun run(mesh, markers, options.marker_size.value_or(2.0 * mean_side_length(mesh)), options);
+    const double margin = options.marker_size.value_or(2.0 * mean_side_length(mesh));
+    const double scale = working_scale(markers);
+    const ScaledMesh working(mesh, scale);
+    const RepairOptions working_options = scaled(options, scale);
+    MeshRun run(mesh, scaled(markers, scale), margin * scale, working_options);
     report.marker_size = run.marker_size();
     run.cut();
     run.close(report.threads, ticking(clock));
     clock.end();
     report.markers = run.reports();
+    report.warnings = warnings(run.notes());
+    scale_back(report, scale);
     report.vertices_after = live_vertices(mesh);
     report.faces_after = mesh.faces.liveCount;
     report.diagnostics = capture.lines();

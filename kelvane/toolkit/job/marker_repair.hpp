@@ -114,7 +114,8 @@ struct KELVANE_EXPORT RepairReport {
     Mesh_M::BuildReport loaded;
     std::vector<StageTime> times;         ///< stage by stage
     std::vector<std::string> diagnostics; ///< lines that the library wrote
-    std::vector<std::string> not_kept;    ///< what the output's format could not hold, a line each
+    std::vector<std::string> warnings; ///< what of the scan makes the result doubtful, a line each
+    std::vector<std::string> not_kept; ///< what the output's format could not hold, a line each
 
     int repaired() const;   ///< markers whose place is closed
     double seconds() const; ///< sum of all stages
@@ -124,6 +125,11 @@ struct KELVANE_EXPORT RepairReport {
 KELVANE_EXPORT void check_repair_arguments(const std::vector<Marker>& markers,
                                            const RepairOptions& options);
 
+/// Lengths are in the scan's own unit, whatever it is. Scans whose markers have radii of less than
+/// 1/8 or more than 65536 (those in metres) are repaired in another unit, a power of two away,
+/// since the library's fixed tolerances suit millimetres; there count `size_adjustable`'s lengths
+/// as well.
+///
 /// Repairs `mesh` in place; its vertex normals must be up to date. Nothing but the surroundings of
 /// the markers is touched, except that all normals are computed anew. Records that are deleted
 /// cannot come back, so a place that could not be repaired is left open here. `loaded`,

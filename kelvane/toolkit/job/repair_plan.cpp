@@ -1,10 +1,12 @@
 #include "kelvane/toolkit/job/repair_plan.hpp"
 
 #include "kelvane/toolkit/bodies/body_removal.hpp"
+#include "kelvane/toolkit/job/coarse_coordinates.hpp"
 #include "kelvane/toolkit/job/mesh_run.hpp"
 #include "kelvane/toolkit/job/output_capture.hpp"
 #include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/job/team_size.hpp"
+#include "kelvane/toolkit/job/working_scale.hpp"
 #include "kelvane/toolkit/windows/reach.hpp"
 #include "kelvane/toolkit/windows/splice_making.hpp"
 #include "kelvane/toolkit/windows/window.hpp"
@@ -155,6 +157,7 @@ class Rounds {
             check_aims(further_cylinders(run.removals(), options_));
         }
         report_.markers = run.reports();
+        report_.warnings = warnings(run.notes());
         return make_splice({window, mesh, face_of, run}, options_.leave_open, report_.markers);
     }
 
@@ -191,8 +194,14 @@ Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
     clock.begin(Stage::build);
     const double margin =
         options.marker_size ? *options.marker_size : 2.0 * mean_side_length(surface);
-    Rounds rounds(surface, markers, options, report, clock);
-    Splice splice = rounds.finish(margin, tuning);
+    const double scale = working_scale(markers);
+    const ScaledSurface working(surface, scale);
+    const std::vector<Marker> working_markers = scaled(markers, scale);
+    const RepairOptions working_options = scaled(options, scale);
+    Rounds rounds(working, working_markers, working_options, report, clock);
+    Splice splice = rounds.finish(margin * scale, tuning);
+    scale_back(splice, scale);
+    scale_back(report, scale);
     if (notes != nullptr) {
         *notes = rounds.notes();
     }

@@ -24,16 +24,13 @@ class TeamSize {
     int before_;
 };
 
-/// As many threads as were asked for, but no more than can have work at the same time: holes are
-/// shared out one by one, faces by processor.
+/// As many threads as were asked for, by the options or by the environment, but no more than can
+/// have work at the same time: holes are shared out one by one, faces by processor.
 inline int team_for(const RepairOptions& options, std::size_t markers) {
-    if (options.threads == 0) {
-        return omp_get_max_threads();
-    }
     constexpr std::size_t most_holes_at_once = 256;
     const int useful =
         std::max(omp_get_num_procs(), static_cast<int>(std::min(markers, most_holes_at_once)));
-    return std::min(options.threads, useful);
+    return std::min(options.threads == 0 ? omp_get_max_threads() : options.threads, useful);
 }
 
 } // namespace KVN::toolkit

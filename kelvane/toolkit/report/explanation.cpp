@@ -2,6 +2,7 @@
 
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/job/mesh_run.hpp"
+#include "kelvane/toolkit/job/working_scale.hpp"
 #include "kelvane/toolkit/measure/scan_info.hpp"
 #include "kelvane/toolkit/report/border_words.hpp"
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
@@ -162,18 +163,24 @@ Explanation explain_marker(const Scan& scan, const std::vector<Marker>& markers,
     check_repair_arguments(markers, options);
     Mesh_M::Mesh mesh;
     build_from(scan, mesh);
-    MeshRun run(mesh, markers, options.marker_size.value_or(2.0 * mean_edge_length(mesh)), options);
+    const double margin = options.marker_size.value_or(2.0 * mean_edge_length(mesh));
+    const double scale = working_scale(markers);
+    ScaledMesh working(mesh, scale);
+    const RepairOptions working_options = scaled(options, scale);
+    MeshRun run(mesh, scaled(markers, scale), margin * scale, working_options);
     run.keep_walks();
     run.cut();
     run.close(1, {});
+    working.restore();
 
     Explanation explanation;
     std::ostringstream text;
     const MarkerReport report = run.reports()[index];
     const Marker& marker = markers[index];
     text << "marker " << index + 1 << " at " << marker.x << ' ' << marker.y << ' ' << marker.z
-         << ", radius " << marker.radius << ", cut " << run.marker_size() << " beyond it, method "
-         << to_string(options.method) << "\noutcome: " << describe(report.outcome) << '\n';
+         << ", radius " << marker.radius << ", cut " << run.marker_size() / scale
+         << " beyond it, method " << to_string(options.method)
+         << "\noutcome: " << describe(report.outcome) << '\n';
     if (index < run.notes().regions.size()) {
         const RegionNote& region = run.notes().regions[index];
         tell_cut(region, explanation, text);

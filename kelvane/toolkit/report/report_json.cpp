@@ -105,6 +105,7 @@ std::string to_json(const RepairReport& report, const std::vector<Marker>& marke
          {"seconds", seconds},
          {"seconds_total", number(report.seconds(), 3)},
          {"diagnostics", report.diagnostics},
+         {"warnings", report.warnings},
          {"not_kept", report.not_kept}});
 }
 

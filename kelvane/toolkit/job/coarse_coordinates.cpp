@@ -1,0 +1,52 @@
+#include "kelvane/toolkit/job/coarse_coordinates.hpp"
+
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace KVN::toolkit {
+
+namespace {
+
+// Of an edge: rounding turns an edge by a step's share of it, here 3 degrees, and about 5 the
+// normals by which a cut is bounded.
+constexpr double largest_share = 1.0 / 16.0;
+
+} // namespace
+
+std::vector<std::string> warnings(const RunNotes& notes) {
+    float largest = 0.0F;
+    double sum = 0.0;
+    std::size_t edges = 0;
+    for (const RegionNote& region : notes.regions) {
+        for (const _face* face : region.faces) {
+            for (int k = 0; k < 3; ++k) {
+                const auto& a = face->verts[k]->pos;
+                const auto& b = face->verts[(k + 1) % 3]->pos;
+                largest = std::fmax(largest, std::fmax(std::fabs(a.x), std::fabs(a.y)));
+                largest = std::fmax(largest, std::fabs(a.z));
+                const double length =
+                    std::hypot(double(a.x) - b.x, double(a.y) - b.y, double(a.z) - b.z);
+                if (std::isfinite(length)) {
+                    sum += length;
+                    ++edges;
+                }
+            }
+        }
+    }
+    const double step =
+        std::nextafter(largest, std::numeric_limits<float>::infinity()) - double(largest);
+    const double mean = edges == 0 ? 0.0 : sum / static_cast<double>(edges);
+    if (!(step > largest_share * mean) || edges == 0) {
+        return {};
+    }
+    char text[256];
+    std::snprintf(
+        text, sizeof text,
+        "the coordinates are too coarse for the edge length: around the markers they step "
+        "by %.2g of an edge; move the scan nearer to its origin",
+        step / mean);
+    return {text};
+}
+
+} // namespace KVN::toolkit
