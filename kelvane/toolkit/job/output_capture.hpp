@@ -1,34 +1,27 @@
 // Keeps the library's diagnostic lines off the standard output stream.
 #pragma once
 
-#include <iostream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 namespace KVN::toolkit {
 
-/// Takes what is written to std::cout until the end of the scope.
+/// Takes what is written to std::cout, by any thread, until the end of the scope. Several may be
+/// alive at once, in different threads: each takes all that is written meanwhile, and the stream is
+/// itself again when the last one is gone.
 class OutputCapture {
   public:
-    OutputCapture() : before_(std::cout.rdbuf(taken_.rdbuf())) {}
+    OutputCapture();
     OutputCapture(const OutputCapture&) = delete;
     OutputCapture& operator=(const OutputCapture&) = delete;
-    ~OutputCapture() { std::cout.rdbuf(before_); }
+    ~OutputCapture();
 
     /// The lines so far, without their ends.
-    std::vector<std::string> lines() const {
-        std::vector<std::string> lines;
-        std::istringstream all(taken_.str());
-        for (std::string line; std::getline(all, line);) {
-            lines.push_back(line);
-        }
-        return lines;
-    }
+    std::vector<std::string> lines() const;
 
   private:
-    std::ostringstream taken_;
-    std::streambuf* before_;
+    friend class SharedOutput;
+    std::string taken_; // guarded by the shared buffer
 };
 
 } // namespace KVN::toolkit
