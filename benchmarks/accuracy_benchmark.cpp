@@ -2,9 +2,11 @@
 #include "accuracy_report.hpp"
 #include "analytic_scans.hpp"
 #include "peer_fill.hpp"
+#include "relief_scans.hpp"
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
 #include <exception>
 #include <fstream>
 #include <iostream>
@@ -15,7 +17,8 @@ using namespace KVN::bench;
 
 struct Arguments {
     std::string scans;
-    std::vector<std::string> margins; // name=value
+    std::vector<std::string> margins;   // name=value
+    std::vector<std::uint64_t> reliefs; // seeds
     std::string json;
     double edge = 0.7;
     int threads = 1;
@@ -44,6 +47,14 @@ std::vector<MarkedScan> all_scans(const Arguments& arguments) {
         scans = analytic_scans(options);
         options.noise = arguments.edge / 50;
         for (MarkedScan& scan : analytic_scans(options)) {
+            scans.push_back(std::move(scan));
+        }
+    }
+    for (const std::uint64_t seed : arguments.reliefs) {
+        AnalyticOptions options;
+        options.edge = arguments.edge;
+        options.noise = arguments.edge / 70;
+        for (MarkedScan& scan : relief_scans(options, seed)) {
             scans.push_back(std::move(scan));
         }
     }
@@ -91,6 +102,8 @@ int main(int argc, char** argv) {
                    "folder of scans: subfolders with marked.ply, truth.ply, markers.csv");
     app.add_option("--margin", arguments.margins, "name=value: margin in mm of one of these scans");
     app.add_option("--edge", arguments.edge, "edge length of the analytic scans, mm");
+    app.add_option("--reliefs", arguments.reliefs,
+                   "seeds of panels with creases, steps, ribs, bumps and the like");
     app.add_option("--threads", arguments.threads, "threads of a repair");
     app.add_option("--json", arguments.json, "also write everything to this file");
     app.add_flag("!--no-analytic", arguments.analytic, "leave the analytic scans out");

@@ -37,11 +37,6 @@ class Random {
     std::uint64_t state;
 };
 
-struct MarkerPlace {
-    double u, v;
-    double radius;
-};
-
 // One row of vertices at about the same v.
 struct Row {
     int first; // index of its first vertex
@@ -152,6 +147,8 @@ void put_stickers(const AnalyticSurface& surface, const std::vector<MarkerPlace>
     }
 }
 
+} // namespace
+
 MarkedScan make_scan(std::string name, std::shared_ptr<const AnalyticSurface> surface,
                      const std::vector<MarkerPlace>& places, const AnalyticOptions& options) {
     Random random(20240917);
@@ -171,8 +168,6 @@ MarkedScan make_scan(std::string name, std::shared_ptr<const AnalyticSurface> su
     scan.truth = std::move(surface);
     return scan;
 }
-
-} // namespace
 
 std::vector<MarkedScan> analytic_scans(const AnalyticOptions& options) {
     const std::string suffix = options.noise > 0 ? " noisy" : "";

@@ -3,6 +3,10 @@
 
 #include "marked_scan.hpp"
 
+#include "support/analytic_surfaces.hpp"
+
+#include <memory>
+#include <string>
 #include <vector>
 
 namespace KVN::bench {
@@ -14,6 +18,17 @@ struct AnalyticOptions {
     double radius = 2.5;  ///< of the markers on a panel
     bool stickers = true; ///< false: bare surfaces without markers
 };
+
+/// A marker by the surface's parameters; radius in mm.
+struct MarkerPlace {
+    double u, v;
+    double radius;
+};
+
+/// A scan of any surface with a formula: an irregular mesh, noise, stickers. The surface is its
+/// truth. The same mesh on every run.
+MarkedScan make_scan(std::string name, std::shared_ptr<const support::AnalyticSurface> surface,
+                     const std::vector<MarkerPlace>& places, const AnalyticOptions& options);
 
 /// Sphere of radius 25, torus of radii 40 and 16, open cylinder of radius 25, saddle and wavy
 /// panel, each with a handful of markers; the cylinder and the wavy panel have one on their open
