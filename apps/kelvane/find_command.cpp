@@ -21,7 +21,7 @@ struct Arguments {
     std::string output;
     bool holes = false;
     bool colour = false;
-    FindArguments find;
+    FindOptions find;
 };
 
 std::string table(const std::vector<FoundMarker>& found) {
@@ -45,7 +45,7 @@ void find(const Arguments& arguments) {
         arguments.holes ? find_holes(scan, arguments.find) : find_colour(scan, arguments.find);
     write_markers(arguments.output, markers_of(found));
     print_result(table(found));
-    const FindArguments& f = arguments.find;
+    const FindOptions& f = arguments.find;
     if (arguments.holes && !f.radius && !f.radius_min && !f.radius_max) {
         print_notes({"no radius was given: bores and other round holes of the part are in the "
                      "list too; look at it before you repair by it"});

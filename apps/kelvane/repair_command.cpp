@@ -28,7 +28,7 @@ struct Arguments {
     std::string scan;
     std::string markers; ///< or what to look for
     std::string find;
-    FindArguments find_arguments;
+    FindOptions find_options;
     std::string output;
     std::string report;
     RepairOptions options;
@@ -87,8 +87,8 @@ std::vector<KVN::Marker> markers_for(const Arguments& arguments, const OpenScan&
         return read_markers(arguments.markers);
     }
     const Scan arrays = scan.to_scan();
-    return markers_of(arguments.find == "holes" ? find_holes(arrays, arguments.find_arguments)
-                                                : find_colour(arrays, arguments.find_arguments));
+    return markers_of(arguments.find == "holes" ? find_holes(arrays, arguments.find_options)
+                                                : find_colour(arrays, arguments.find_options));
 }
 
 int repair(const Arguments& arguments) {
@@ -133,7 +133,7 @@ void add_repair(CLI::App& app, int& status) {
         ->add_option("--find", arguments->find,
                      "In place of a list: round holes, or markers seen in vertex colours")
         ->check(CLI::IsMember({"holes", "colour"}));
-    add_find_options(*command, arguments->find_arguments);
+    add_find_options(*command, arguments->find_options);
     command->add_option("--output", arguments->output, "Repaired scan; may be the scan itself")
         ->required();
     add_cut_options(*command, arguments->options);

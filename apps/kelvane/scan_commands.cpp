@@ -9,10 +9,10 @@
 #include "kelvane/toolkit/measure/scan_info.hpp"
 #include "kelvane/toolkit/report/report_json.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
+#include "kelvane/toolkit/synthesis/demo_folder.hpp"
 #include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 #include "kelvane/toolkit/synthesis/unlisted_markers.hpp"
 
-#include <cmath>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -86,17 +86,9 @@ void demo(const Arguments& arguments) {
     if (arguments.bodies) {
         scan = with_other_markers(scan, arguments.demo.seed);
     }
-    const std::filesystem::path folder = arguments.output;
-    std::error_code error;
-    std::filesystem::create_directories(folder, error);
-    if (error) {
-        throw SystemError(folder.string() + ": cannot be made: " + error.message());
-    }
-    write_scan(folder / "scan.ply", scan.marked);
-    write_scan(folder / "truth.ply", scan.truth);
-    write_markers(folder / "markers.csv", scan.markers);
+    write_demo(arguments.output, scan);
     std::ostringstream text;
-    text << folder.string() << ": scan.ply (" << scan.marked.face_count()
+    text << arguments.output << ": scan.ply (" << scan.marked.face_count()
          << " faces), truth.ply, markers.csv (" << scan.markers.size()
          << " markers); scanner noise " << arguments.demo.noise << " mm\n";
     print_result(text.str());
@@ -106,11 +98,7 @@ void compare(const Arguments& arguments) {
     const Scan scan = read_scan(arguments.scan);
     const Scan truth = read_scan(arguments.output);
     const std::vector<KVN::Marker> markers = read_markers(arguments.second);
-    const double margin = arguments.marker_size.value_or(2.0 * mean_edge_length(truth));
-    if (!(std::isfinite(margin) && margin >= 0.0)) {
-        throw InputError("the marker size must be a finite length of 0 or more");
-    }
-    const auto deviations = marker_deviations(scan, truth, markers, margin);
+    const auto deviations = marker_deviations(scan, truth, markers, arguments.marker_size);
     if (arguments.json) {
         print_result(to_json(deviations));
         return;

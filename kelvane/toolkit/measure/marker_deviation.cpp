@@ -1,5 +1,7 @@
 #include "kelvane/toolkit/measure/marker_deviation.hpp"
 
+#include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/measure/scan_info.hpp"
 #include "kelvane/toolkit/measure/surface_distance.hpp"
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
 
@@ -98,7 +100,12 @@ void measure(const std::vector<Point>& points, const Reach& reach, const Surface
 } // namespace
 
 std::vector<MarkerDeviation> marker_deviations(const Scan& scan, const Scan& truth,
-                                               const std::vector<Marker>& markers, double margin) {
+                                               const std::vector<Marker>& markers,
+                                               std::optional<double> margin) {
+    const double beyond = margin ? *margin : 2.0 * mean_edge_length(truth);
+    if (!(std::isfinite(beyond) && beyond >= 0.0)) {
+        throw InputError("the marker size must be a finite length of 0 or more");
+    }
     const SurfaceDistance scan_surface(scan);
     const SurfaceDistance true_surface(truth);
     const std::vector<Point> scan_points = sample_points(scan);
@@ -107,7 +114,7 @@ std::vector<MarkerDeviation> marker_deviations(const Scan& scan, const Scan& tru
 
     std::vector<MarkerDeviation> result;
     for (const Marker& marker : markers) {
-        const Reach reach(marker, margin);
+        const Reach reach(marker, beyond);
         MarkerDeviation figures;
         figures.on_rim =
             std::any_of(rim.begin(), rim.end(), [&](const Point& p) { return reach.holds(p); });

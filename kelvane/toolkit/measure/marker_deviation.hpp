@@ -5,6 +5,7 @@
 #include "kelvane/repair/repair_markers.hpp"
 #include "kelvane/toolkit/scan/scan.hpp"
 
+#include <optional>
 #include <vector>
 
 namespace KVN::toolkit {
@@ -18,12 +19,13 @@ struct MarkerDeviation {
 };
 
 /// For each marker, takes the vertices and face centres of both scans within its radius + `margin`
-/// (and no farther from its plane than its radius) and measures their distances to the other
-/// surface. Measuring both ways finds places that are still open as well as patches that bulge.
-/// Both scans carry the noise of the scanner, which therefore is part of every figure.
+/// (none: twice the mean edge of `truth`) and no farther from its plane than its radius, and
+/// measures their distances to the other surface. Measuring both ways finds places that are still
+/// open as well as patches that bulge. Both scans carry the noise of the scanner, which therefore
+/// is part of every figure. Throws InputError for a margin that is negative or not finite.
 KELVANE_EXPORT std::vector<MarkerDeviation> marker_deviations(const Scan& scan, const Scan& truth,
                                                               const std::vector<Marker>& markers,
-                                                              double margin);
+                                                              std::optional<double> margin);
 
 /// The worst of a list, inside the surface and on its rim apart; 0 where there is none.
 struct DeviationSummary {
