@@ -146,35 +146,20 @@ RepairReport repair_mesh(Mesh& mesh, const std::vector<Marker>& markers,
 
 RepairReport repair_scan(Scan& scan, const std::vector<Marker>& markers,
                          const RepairOptions& options, Progress* progress) {
-    check_repair_arguments(markers, options);
-    RepairReport report;
-    StageClock clock(report, progress, true);
-    const Splice splice = plan_repair(ScanSurface(scan), markers, options, report, clock);
-    clock.begin(Stage::output);
-    apply_splice(scan, splice);
-    clock.end();
+    RepairReport report = repair_surface(
+        ScanSurface(scan), markers, options, progress,
+        [&scan](const Splice& splice, RepairReport&) { apply_splice(scan, splice); });
     report.short_faces = scan.short_faces;
-    if (progress != nullptr) {
-        progress->finish();
-    }
     return report;
 }
 
 RepairReport repair_file(const OpenScan& scan, const std::vector<Marker>& markers,
                          const RepairOptions& options, const std::filesystem::path& output,
                          Progress* progress) {
-    check_repair_arguments(markers, options);
-    RepairReport report;
-    StageClock clock(report, progress, true);
-    const Splice splice = plan_repair(FileSurface(scan), markers, options, report, clock);
-    clock.begin(Stage::output);
-    report.not_kept = write_spliced(scan, splice, output);
-    clock.end();
-    report.short_faces = static_cast<std::int64_t>(scan.short_faces());
-    if (progress != nullptr) {
-        progress->finish();
-    }
-    return report;
+    return repair_surface(FileSurface(scan), markers, options, progress,
+                          [&](const Splice& splice, RepairReport& report) {
+                              report.not_kept = write_spliced(scan, splice, output);
+                          });
 }
 
 } // namespace KVN::toolkit

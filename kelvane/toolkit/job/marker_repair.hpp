@@ -85,6 +85,10 @@ struct MarkerReport {
     int border_vertices = 0;                           ///< of its hole
     int new_vertices = 0;                              ///< of its patch
     int new_faces = 0;                                 ///< of its patch
+    /// Where its patch begins among all new vertices and faces, which come last in the repaired
+    /// scan; -1 where the scan has no patch of the marker's own, and after repair_mesh().
+    std::int64_t first_new_vertex = -1;
+    std::int64_t first_new_face = -1; ///< as `first_new_vertex`
     /// How the patch came to its place, for methods that can do it in several ways, in words.
     std::string placement;
     /// Where no border was found, what stood against the boundary that came nearest, in words.

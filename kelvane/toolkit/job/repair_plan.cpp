@@ -212,8 +212,25 @@ Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
                             count(splice.new_vertex_count());
     report.faces_after =
         report.faces_before - count(splice.faces_gone.size()) + count(splice.faces.size());
+    report.short_faces = static_cast<std::int64_t>(surface.short_faces());
     report.diagnostics = capture.lines();
     return splice;
+}
+
+RepairReport repair_surface(const Surface& surface, const std::vector<Marker>& markers,
+                            const RepairOptions& options, Progress* progress,
+                            const SpliceOutput& output) {
+    check_repair_arguments(markers, options);
+    RepairReport report;
+    StageClock clock(report, progress, true);
+    const Splice splice = plan_repair(surface, markers, options, report, clock);
+    clock.begin(Stage::output);
+    output(splice, report);
+    clock.end();
+    if (progress != nullptr) {
+        progress->finish();
+    }
+    return report;
 }
 
 } // namespace KVN::toolkit

@@ -6,6 +6,7 @@
 #include "kelvane/toolkit/scan/splice.hpp"
 #include "kelvane/toolkit/windows/surface.hpp"
 
+#include <functional>
 #include <vector>
 
 namespace KVN::toolkit {
@@ -31,11 +32,22 @@ struct WindowNotes {
 /// also the last resort, where windows do not close or a vertex has more faces than a mesh can
 /// hold.
 ///
-/// Fills `report` but for `short_faces` and the stage of the output. Throws InputError for indices
+/// Fills `report` but for the stage of the output. Throws InputError for indices
 /// out of range, Cancelled, std::bad_alloc, std::length_error.
 KELVANE_EXPORT Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
                                   const RepairOptions& options, RepairReport& report,
                                   StageClock& clock, const WindowTuning& tuning = {},
                                   WindowNotes* notes = nullptr);
+
+/// Takes a splice to where the repaired scan is wanted; may add to the report.
+using SpliceOutput = std::function<void(const Splice& splice, RepairReport& report)>;
+
+/// A whole job: the checks, the plan, and `output` as its last stage, of which `progress`, which
+/// may be null, is told. Whatever `progress` or `output` throw passes through. For the rest see
+/// repair_scan().
+KELVANE_EXPORT RepairReport repair_surface(const Surface& surface,
+                                           const std::vector<Marker>& markers,
+                                           const RepairOptions& options, Progress* progress,
+                                           const SpliceOutput& output);
 
 } // namespace KVN::toolkit

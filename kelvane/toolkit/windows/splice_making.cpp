@@ -76,6 +76,11 @@ class SpliceMaker {
         }
     }
 
+    std::int64_t new_vertices() const {
+        return static_cast<std::int64_t>(splice_.new_vertex_count());
+    }
+    std::int64_t new_faces() const { return static_cast<std::int64_t>(splice_.faces.size()); }
+
     /// The patch of one hole.
     void add_patch(const HoleNote& hole, const std::vector<_vert*>& border) {
         PatchOrigins origins(border);
@@ -238,6 +243,9 @@ Splice make_splice(const FinishedRun& finished, bool leave_open,
     }
     maker.list_what_goes();
     for (const std::size_t h : closed) {
+        MarkerReport& report = reports[static_cast<std::size_t>(notes.holes[h].marker)];
+        report.first_new_vertex = maker.new_vertices();
+        report.first_new_face = maker.new_faces();
         maker.add_patch(notes.holes[h], finished.run.borders()[h]);
     }
     return maker.take();

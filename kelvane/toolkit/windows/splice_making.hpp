@@ -21,7 +21,8 @@ struct FinishedRun {
 /// The splice of all places that `reports` calls repaired. Places of other markers are left out, so
 /// that the scan stays there as it was, together with repaired ones that cannot be without them:
 /// those that share a hole with such a place, a vertex under both cuts, or an edge of the border.
-/// Their reports become `left_with_neighbour`. With `leave_open` every cut is in the splice.
+/// Their reports become `left_with_neighbour`; the others learn where their patches begin. With
+/// `leave_open` every cut is in the splice.
 ///
 /// New vertices grow from the vertices of their border by mean value coordinates in its plane
 /// (Hormann and Floater 2006), negative ones left out, which carries linear properties on as they

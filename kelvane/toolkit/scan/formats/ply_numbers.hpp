@@ -84,8 +84,11 @@ T rounded(double value) {
         if (std::isnan(value)) {
             return 0;
         }
+        // The largest of 64 bits is no double; the one that it becomes would be one too many.
+        constexpr int lost = std::max(Limits::digits - std::numeric_limits<double>::digits, 0);
+        constexpr T largest = Limits::max() >> lost << lost;
         return static_cast<T>(std::clamp(std::nearbyint(value), static_cast<double>(Limits::min()),
-                                         static_cast<double>(Limits::max())));
+                                         static_cast<double>(largest)));
     }
 }
 
