@@ -16,6 +16,8 @@ void add_cut_options(CLI::App& command, RepairOptions& options) {
     command.add_option("--resolution", options.resolution, "Mean point distance of the scan");
     command.add_flag("--flat-only", options.flat_only,
                      "Take all markers for flat: leave alone what stands on the surface");
+    command.add_flag("--straight-rims", options.straight_rims,
+                     "Close markers on the scan's rim by a straight edge, not along its curve");
     command.add_option("--body-height", options.body_height,
                        "How far over its place a raised marker is looked for (8 radii)");
     std::vector<std::string> names;

@@ -1,5 +1,5 @@
 // What a run notes about itself while it works. Written where things happen, for reports; nothing
-// of the repair reads it back.
+// of the repair reads it back but the number of new vertices on the rim.
 #pragma once
 
 #include "kelvane/holes/border_trace.hpp"
@@ -33,6 +33,7 @@ struct HoleNote {
     int marker = 0;          ///< region that the hole came from
     bool is_chain = false;   ///< found as an open chain along the scan's rim, not as a loop
     int border_vertices = 0; ///< of the hole
+    int rim_vertices = 0;    ///< made for the hole, the last ones of its border; not counted above
     /// What the closing operation returned: negative where it gave up, otherwise by its contract
     /// in hole_filling.hpp.
     int closing_result = 0;

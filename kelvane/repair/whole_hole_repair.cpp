@@ -24,6 +24,14 @@ void append(std::vector<double>& flat, const MemS::Point3v<float>& p) {
     flat.push_back(p.z);
 }
 
+// Joins the last `count` vertices of a loop with their neighbours by edges that have no face.
+void add_bare_edges(Mesh& mesh, const std::vector<_vert*>& loop, int count) {
+    const std::size_t size = loop.size();
+    for (std::size_t j = size - static_cast<std::size_t>(count) - 1; count > 0 && j < size; ++j) {
+        mesh.vertices.insert_edge(mesh.edges.insert_edge(loop[j], loop[(j + 1) % size]));
+    }
+}
+
 // A temporary mesh: its memory goes back before the object ends.
 struct FreeMesh {
     void operator()(Mesh* mesh) const {
@@ -128,6 +136,10 @@ void RepairMarkers::rebuildmesh(Mesh* target, std::vector<_vert*>& borderVerts, 
         target->insert_face(&target->vertices.at(face.t_idx[0]),
                             &target->vertices.at(face.t_idx[1]),
                             &target->vertices.at(face.t_idx[2]), normal);
+    }
+    // New vertices on the rim have no face to bring the edges that an ear wants.
+    if (i < static_cast<int>(notes.holes.size())) {
+        add_bare_edges(*target, borderVerts, notes.holes[i].rim_vertices);
     }
     target->inlin_inalize_mesh();
 }

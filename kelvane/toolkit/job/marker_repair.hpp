@@ -15,6 +15,7 @@
 #include "kelvane/toolkit/bodies/body_report.hpp"
 #include "kelvane/toolkit/job/methods.hpp"
 #include "kelvane/toolkit/job/progress.hpp"
+#include "kelvane/toolkit/rims/rim_report.hpp"
 #include "kelvane/toolkit/scan/open_scan.hpp"
 #include "kelvane/toolkit/scan/scan.hpp"
 
@@ -46,6 +47,8 @@ struct RepairOptions {
     /// How far above and below its plane a marker's body is looked for; in the mesh's unit, above
     /// 0. None: eight times its radius.
     std::optional<double> body_height;
+    /// Closes markers on the scan's rim by one straight edge instead of along the rim's curve.
+    bool straight_rims = false;
     /// Leaves the cut of a marker that could not be repaired open. Otherwise its place stays as it
     /// was.
     bool leave_open = false;
@@ -91,6 +94,7 @@ struct MarkerReport {
     std::int64_t first_new_face = -1; ///< as `first_new_vertex`
     /// How the patch came to its place, for methods that can do it in several ways, in words.
     std::string placement;
+    std::optional<RimClosing> rim; ///< of a place on the scan's rim
     /// Where no border was found, what stood against the boundary that came nearest, in words.
     std::string search;
     TakenBody body; ///< what was taken beyond the cut

@@ -5,6 +5,7 @@
 #include "kelvane/toolkit/job/patch_soundness.hpp"
 #include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/report/border_words.hpp"
+#include "kelvane/toolkit/rims/rim_closing.hpp"
 
 #include <Eigen/Geometry>
 
@@ -96,7 +97,7 @@ MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& ho
         const HoleNote& hole = holes[static_cast<std::size_t>(region.hole)];
         report.outcome = outcome_of(hole, true);
         report.border_vertices = hole.border_vertices;
-        report.new_vertices = hole.new_vertices;
+        report.new_vertices = hole.new_vertices + (hole.new_faces > 0 ? hole.rim_vertices : 0);
         report.new_faces = hole.new_faces;
         report.search.clear();
     } else if (region.finding == RegionFinding::cut && region.joined_hole >= 0) {
@@ -134,6 +135,7 @@ void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begi
     RunPlaces places;
     places.stage_begins = [&](RunStage stage) {
         if (stage == RunStage::done) {
+            drop_unused_rims(borders(), notes());
             faults_ = look();
         }
         if (stage_begins) {
@@ -150,6 +152,9 @@ void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begi
         if (before_search_) {
             before_search_(place);
         }
+    };
+    places.after_search = [this](SearchPlace& place) {
+        rims_ = close_rims(place, options_.straight_rims);
     };
     places.before_join = [](JoinPlace& place) {
         return mend(place) &&
@@ -229,6 +234,9 @@ std::vector<MarkerReport> MeshRun::reports() const {
         reports[i].placement = placement_of(notes().regions[i]);
         reports[i].outcome = outcome_of(faults_.at(i), reports[i].outcome);
         const int hole = closed_hole(notes().regions[i], notes().holes);
+        if (hole >= 0 && notes().regions[i].hole == hole) {
+            reports[i].rim = rims_.at(static_cast<std::size_t>(hole));
+        }
         if (hole >= 0 && !is_near_border(hole)) {
             reports[i].outcome = Outcome::wild_patch;
         }

@@ -54,7 +54,8 @@ class MeshRun {
     Mesh_M::Mesh& mesh_;
     RepairMarkers run_;
     const RepairOptions& options_;
-    std::vector<BodyRemoval> removals_; ///< one per marker, unless flat only
+    std::vector<std::optional<RimClosing>> rims_; ///< one per hole
+    std::vector<BodyRemoval> removals_;           ///< one per marker, unless flat only
     std::function<void(const CutPlace&)> before_bodies_;
     std::function<void(const CutPlace&)> before_search_;
     std::vector<PlaceFault> faults_; ///< one per marker, after close()

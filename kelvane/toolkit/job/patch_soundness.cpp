@@ -67,8 +67,8 @@ PatchEdges collect_edges(const std::vector<MyFace>& faces) {
 }
 
 /// The border that a patch has to meet. Where the last vertex and the first are not joined in the
-/// mesh, it is a chain: the patch ends in the open there, along that line or along points of its
-/// own.
+/// mesh, it is a chain: the patch ends in the open there, along that line, along points of its own,
+/// or along border vertices that have no edge yet.
 class BorderWalk {
   public:
     BorderWalk(const Mesh_M::Mesh& mesh, const std::vector<_vert*>& border)
@@ -76,13 +76,18 @@ class BorderWalk {
           is_chain_(mesh.vertices.find_edge(border.back(), border.front()) == nullptr) {}
 
     /// Edges that the patch shares with the mesh.
-    std::size_t steps() const { return border_.size() - (is_chain_ ? 1 : 0); }
+    std::size_t steps() const {
+        const auto joined = std::count_if(border_.begin(), border_.end(),
+                                          [](const _vert* v) { return v->edgeCount > 0; });
+        return static_cast<std::size_t>(joined) - (is_chain_ ? 1 : 0);
+    }
 
     /// 1 if the border runs from place a to place b in one step, -1 if from b to a, 0 if they are
     /// no neighbours.
     int step(int a, int b) const {
         const int size = static_cast<int>(border_.size());
-        if (a < 0 || b < 0 || (is_chain_ && std::abs(a - b) == size - 1)) {
+        if (a < 0 || b < 0 || (is_chain_ && std::abs(a - b) == size - 1) || !is_joined(a) ||
+            !is_joined(b)) {
             return 0;
         }
         if ((a + 1) % size == b) {
@@ -119,6 +124,10 @@ class BorderWalk {
     }
 
   private:
+    bool is_joined(int place) const {
+        return border_[static_cast<std::size_t>(place)]->edgeCount > 0;
+    }
+
     const Mesh_M::Mesh& mesh_;
     const std::vector<_vert*>& border_;
     bool is_chain_;

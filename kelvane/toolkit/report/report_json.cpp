@@ -84,6 +84,10 @@ std::string to_json(const RepairReport& report, const std::vector<Marker>& marke
         if (!result.placement.empty()) {
             entries.back()["placement"] = result.placement;
         }
+        if (result.rim) {
+            entries.back()["rim"] = to_string(*result.rim);
+            entries.back()["rim_reason"] = describe(*result.rim);
+        }
         if (!result.search.empty()) {
             entries.back()["search"] = result.search;
         }

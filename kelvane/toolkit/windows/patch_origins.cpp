@@ -25,10 +25,24 @@ Eigen::Vector3d centre_of(const _face& face) {
 
 } // namespace
 
-PatchOrigins::PatchOrigins(const std::vector<_vert*>& border) {
+PatchOrigins::PatchOrigins(const std::vector<_vert*>& border, int rim_vertices) {
+    const std::size_t old = border.size() - static_cast<std::size_t>(rim_vertices);
+    ends_[0] = border[old - 1];
+    ends_[1] = border.front();
+    double length = 0.0;
+    for (std::size_t i = old; i < border.size(); ++i) {
+        length += (widened(border[i]->pos) - widened(border[i - 1]->pos)).norm();
+        along_.push_back(length);
+    }
+    length += (widened(ends_[1]->pos) - widened(border.back()->pos)).norm();
+    for (double& along : along_) {
+        along /= length;
+    }
     const std::size_t count = std::min(border.size(), most_corners);
     for (std::size_t i = 0; i < count; ++i) {
-        corners_.push_back(border[i * border.size() / count]);
+        const std::size_t place = i * border.size() / count;
+        corners_.push_back(border[place]);
+        rim_place_.push_back(place < old ? -1 : static_cast<int>(place - old));
     }
     Eigen::Vector3d area = Eigen::Vector3d::Zero(); // twice the polygon's, along its normal
     for (std::size_t i = 0; i < count; ++i) {
@@ -69,22 +83,54 @@ std::vector<PatchOrigins::Origin> PatchOrigins::of_vertex(const MemS::Point3v<fl
         // tan(angle / 2) = (|a| |b| - a.b) / (a x b)
         half_tangent[i] = cross == 0.0 ? 0.0 : (length[i] * length[j] - dot) / cross;
     }
-    std::vector<Origin> origins;
+    std::vector<double> weights(count, 0.0);
     double sum = 0.0;
     for (std::size_t i = 0; i < count; ++i) {
         const double tangents = half_tangent[(i + count - 1) % count] + half_tangent[i];
         const double weight = length[i] > 0.0 ? tangents / length[i] : 0.0;
         if (weight > 0.0 && std::isfinite(weight)) {
-            origins.push_back({corners_[i], weight});
+            weights[i] = weight;
             sum += weight;
         }
     }
-    if (origins.empty()) {
+    if (sum == 0.0) {
         const auto nearest = std::min_element(length.begin(), length.end()) - length.begin();
-        return {{corners_[static_cast<std::size_t>(nearest)], 1.0}};
+        weights[static_cast<std::size_t>(nearest)] = sum = 1.0;
     }
-    for (Origin& origin : origins) {
-        origin.weight /= sum;
+    return old_only(weights, sum);
+}
+
+std::vector<PatchOrigins::Origin> PatchOrigins::of_rim_vertex(int k) const {
+    const double along = along_[static_cast<std::size_t>(k)];
+    return {{ends_[0], 1.0 - along}, {ends_[1], along}};
+}
+
+// The weights per corner, divided by their sum, those of new corners given to their origins.
+std::vector<PatchOrigins::Origin> PatchOrigins::old_only(const std::vector<double>& weights,
+                                                         double sum) const {
+    std::vector<Origin> origins;
+    double at_ends[2] = {0.0, 0.0};
+    for (std::size_t i = 0; i < weights.size(); ++i) {
+        const double weight = weights[i] / sum;
+        if (weight <= 0.0) {
+            continue;
+        }
+        if (rim_place_[i] >= 0) {
+            const double along = along_[static_cast<std::size_t>(rim_place_[i])];
+            at_ends[0] += (1.0 - along) * weight;
+            at_ends[1] += along * weight;
+        } else {
+            origins.push_back({corners_[i], weight});
+        }
+    }
+    for (int end = 0; end < 2; ++end) {
+        const auto known = std::find_if(origins.begin(), origins.end(),
+                                        [&](const Origin& o) { return o.vertex == ends_[end]; });
+        if (known != origins.end()) {
+            known->weight += at_ends[end];
+        } else if (at_ends[end] > 0.0) {
+            origins.push_back({ends_[end], at_ends[end]});
+        }
     }
     return origins;
 }

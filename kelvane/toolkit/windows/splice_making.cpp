@@ -83,18 +83,16 @@ class SpliceMaker {
 
     /// The patch of one hole.
     void add_patch(const HoleNote& hole, const std::vector<_vert*>& border) {
-        PatchOrigins origins(border);
+        PatchOrigins origins(border, hole.rim_vertices);
         origins.list_faces([&](const _face* face) { return stays(face); });
+        for (std::int32_t i = 0; i < hole.rim_vertices; ++i) {
+            const _vert* v =
+                border[border.size() - static_cast<std::size_t>(hole.rim_vertices - i)];
+            add_vertex(*v, v->index, origins.of_rim_vertex(i));
+        }
         for (std::int32_t i = 0; i < hole.new_vertices; ++i) {
             const _vert& v = mesh_.vertices.at(hole.first_vertex + i);
-            add_vertex(v, hole.first_vertex + i);
-            for (const PatchOrigins::Origin& origin : origins.of_vertex(v.pos)) {
-                splice_.origin_vertex.push_back(
-                    window_.vertices[static_cast<std::size_t>(origin.vertex->index)]);
-                splice_.origin_weight.push_back(static_cast<float>(origin.weight));
-            }
-            splice_.origin_begin.push_back(
-                static_cast<std::uint32_t>(splice_.origin_vertex.size()));
+            add_vertex(v, hole.first_vertex + i, origins.of_vertex(v.pos));
         }
         for (std::int32_t i = 0; i < hole.new_faces; ++i) {
             const _face& face = mesh_.faces.at(hole.first_face + i);
@@ -182,7 +180,8 @@ class SpliceMaker {
         return record;
     }
 
-    void add_vertex(const _vert& v, std::int32_t place) {
+    void add_vertex(const _vert& v, std::int32_t place,
+                    const std::vector<PatchOrigins::Origin>& origins) {
         if (splice_.origin_begin.empty()) {
             splice_.origin_begin.push_back(0);
         }
@@ -193,6 +192,12 @@ class SpliceMaker {
             static_cast<std::uint32_t>(window_.vertices_of_scan + splice_.new_vertex_count());
         splice_.positions.insert(splice_.positions.end(), {v.pos.x, v.pos.y, v.pos.z});
         splice_.normals.insert(splice_.normals.end(), {v.normal.x, v.normal.y, v.normal.z});
+        for (const PatchOrigins::Origin& origin : origins) {
+            splice_.origin_vertex.push_back(
+                window_.vertices[static_cast<std::size_t>(origin.vertex->index)]);
+            splice_.origin_weight.push_back(static_cast<float>(origin.weight));
+        }
+        splice_.origin_begin.push_back(static_cast<std::uint32_t>(splice_.origin_vertex.size()));
     }
 
     std::uint32_t scan_index(const _vert* v) const {
