@@ -9,8 +9,11 @@ using namespace KVN::toolkit;
 
 TEST(ReportJson, SaysWhatTheReportSays) {
     RepairReport report;
-    report.markers = {{Outcome::repaired_loop, 30, 40, 100, "continues", "", {}},
-                      {Outcome::no_border_found, 0, 0, 0, "", "too few", {2, 4, 1, 300, -8.0}}};
+    report.markers.resize(2);
+    report.markers[0].outcome = Outcome::repaired_loop;
+    report.markers[0].new_faces = 100;
+    report.markers[1].outcome = Outcome::no_border_found;
+    report.markers[1].body = {2, 4, 1, 300, -8.0};
     report.loaded.duplicate = 2;
     report.short_faces = 1;
     report.times = {{Stage::build, 0.123456789}, {Stage::fill, 0.25}};
