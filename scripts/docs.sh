@@ -14,7 +14,7 @@ mapfile -t generator < <(build_options)
 [ -f build/docs/cmake/CMakeCache.txt ] && generator=()
 cmake -S . -B build/docs/cmake "${generator[@]}" -DCMAKE_BUILD_TYPE=Release -DKELVANE_BUILD_TESTS=OFF \
     -DKELVANE_BUILD_EXAMPLES=OFF >/dev/null
-cmake --build build/docs/cmake -j "$(build_jobs)"
+cmake --build build/docs/cmake -j "$(build_jobs)" --target kelvane toolkit
 cmake --install build/docs/cmake --prefix "$scratch" --component dev >/dev/null
 KELVANE_DOCS_OUTPUT=build/docs KELVANE_DOCS_ROOT="$scratch/include" \
     KELVANE_DOCS_INPUT="$scratch/include README.md" doxygen docs/Doxyfile

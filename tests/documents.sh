@@ -21,3 +21,11 @@ for page in "$@"; do
 done
 [ "$count" -gt 0 ] || { echo "no command found" >&2; exit 1; }
 echo "$count lines of commands ran"
+
+# The tests that the guarantees name are there.
+guarantees=$(printf '%s\n' "$@" | grep '/guarantees.md$')
+sources=$(dirname "${BASH_SOURCE[0]}")
+grep -oE '`([A-Za-z]+/)?[A-Z][A-Za-z]+\.[A-Z][A-Za-z0-9]+`' "$guarantees" | tr -d '`' | sed 's|.*/||' | sort -u |
+    while IFS=. read -r suite name; do
+        grep -rqE "TEST(_P|_F)?\($suite, $name\)" "$sources" || { echo "no test $suite.$name" >&2; exit 1; }
+    done
