@@ -48,8 +48,8 @@ std::string summary(const RepairReport& report) {
     std::string text = "marker  border  vertices  faces  outcome\n";
     for (std::size_t i = 0; i < report.markers.size(); ++i) {
         const MarkerReport& m = report.markers[i];
-        text += formatted("%6zu  %6d  %8d  %5d  %s\n", i + 1, m.border_vertices, m.new_vertices,
-                          m.new_faces, describe(m.outcome));
+        text += formatted("%6zu  %6d  %8d  %5d  %s%s\n", i + 1, m.border_vertices, m.new_vertices,
+                          m.new_faces, describe(m.outcome), m.unfaired ? ", not faired" : "");
     }
     text += formatted("%d of %zu markers repaired, cut %.3g beyond their radius\n",
                       report.repaired(), report.markers.size(), report.marker_size);

@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <cmath>
 #include <iostream>
+#include <new>
+#include <string>
 #include <utility>
 
 namespace KVN {
@@ -66,6 +68,10 @@ SystemOutcome solve_system(FairingRows& rows, int unknowns, Coordinates& positio
     Eigen::SparseLU<Eigen::SparseMatrix<double>, Eigen::COLAMDOrdering<int>> solver;
     solver.analyzePattern(matrix);
     solver.factorize(matrix);
+    // The solver catches std::bad_alloc and tells of it in words alone, partly as a success.
+    if (solver.lastErrorMessage().find("MEMORY") != std::string::npos) {
+        throw std::bad_alloc();
+    }
     positions.resize(unknowns, 3);
     for (int axis = 0; axis < 3 && solver.info() == Eigen::Success; ++axis) {
         positions.col(axis) = solver.solve(Eigen::VectorXd(right.col(axis)));

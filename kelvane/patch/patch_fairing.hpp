@@ -31,6 +31,8 @@ class PatchFairing {
 
     /// Sets the system up and solves it; moves nothing. Result as for fair().
     int solve();
+    /// What solve() found: the free vertices and where they go. Empty without a solution.
+    const std::vector<std::pair<_vert*, MemS::Point3v<float>>>& moves() const { return solution; }
     /// Moves the free vertices to what solve() found. Does nothing when it found no solution.
     void write() const;
 
@@ -52,7 +54,7 @@ class PatchFairing {
     const MyOFFDataNew* patch;
     const std::vector<_vert*>* vertices;
     char sizeAdjustable;
-    std::vector<std::pair<_vert*, MemS::Point3v<float>>> solution; ///< where the free vertices go
+    std::vector<std::pair<_vert*, MemS::Point3v<float>>> solution; ///< see moves()
 };
 
 } // namespace KVN

@@ -4,6 +4,7 @@
 namespace KVN {
 
 class RepairMarkers;
+struct RunPlaces;
 
 /// How a hole is closed once it is found.
 enum class Method {
@@ -20,8 +21,9 @@ struct Closing {
     const char* help;                 ///< a clause for users
     int (RepairMarkers::*close)(int); ///< result as noted in HoleNote::closing_result
     void (RepairMarkers::*join)(int); ///< makes records of the hole's patch
-    void (RepairMarkers::*fair)(int); ///< all patches, with so many threads; null: not needed
-    bool border_by_coordinates;       ///< the patch stands in the hole's lists, not in `patches`
+    /// All patches, with so many threads; null: not needed.
+    void (RepairMarkers::*fair)(int, const RunPlaces&);
+    bool border_by_coordinates; ///< the patch stands in the hole's lists, not in `patches`
 };
 
 } // namespace KVN

@@ -56,7 +56,7 @@ void RepairMarkers::run(const Closing& closing, int threads, const RunPlaces& pl
     check_stage("the insertion");
     if (closing.fair != nullptr) {
         begin(RunStage::fairing);
-        (this->*closing.fair)(omp_get_max_threads());
+        (this->*closing.fair)(omp_get_max_threads(), places);
     }
     begin(RunStage::normals);
     recompute_normals(threads);
@@ -167,7 +167,7 @@ void RepairMarkers::join_patch(int i) {
 // Every patch reads the positions that the insertion left, and nothing is written before the last
 // one is solved: the result does not depend on which thread is first where holes lie close
 // together, and a solve that throws leaves all positions as they were.
-void RepairMarkers::fair_patches(int threads) {
+void RepairMarkers::fair_patches(int threads, const RunPlaces& places) {
     const int holes = static_cast<int>(holePoints.size());
     std::vector<PatchFairing> fairings;
     fairings.reserve(holes);
@@ -175,8 +175,15 @@ void RepairMarkers::fair_patches(int threads) {
         fairings.emplace_back(mesh, patches[i], patchVerts[i], sizeAdjustable);
     }
     for_each_hole(hole_order(threads), 0, [&](int i) { fairings[i].solve(); });
-    for (const PatchFairing& fairing : fairings) {
-        fairing.write();
+    for (int i = 0; i < holes; ++i) {
+        if (places.before_move) {
+            HoleNote& note = notes.holes[i];
+            note.unfaired = !places.before_move({holeBorders[i], fairings[i].moves(), note});
+            if (note.unfaired) {
+                continue;
+            }
+        }
+        fairings[i].write();
     }
 }
 

@@ -112,7 +112,7 @@ class KELVANE_EXPORT RepairMarkers {
     static const std::vector<Closing>& closings();
     int fill_hole(int i);
     void join_patch(int i);
-    void fair_patches(int threads);
+    void fair_patches(int threads, const RunPlaces& places);
     int close_high(int i);
     int close_low(int i);
     void join_by_coordinates(int i);

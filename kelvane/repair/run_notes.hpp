@@ -37,11 +37,12 @@ struct HoleNote {
     /// What the closing operation returned: negative where it gave up, otherwise by its contract
     /// in hole_filling.hpp.
     int closing_result = 0;
-    bool refused = false; ///< closed, but its patch was not let into the mesh
-    int first_vertex = 0; ///< store index of the first vertex that the patch brought
-    int new_vertices = 0; ///< that the patch brought
-    int first_face = 0;   ///< store index of the first face that the patch brought
-    int new_faces = 0;    ///< that the patch brought; 0 where it was not joined
+    bool refused = false;  ///< closed, but its patch was not let into the mesh
+    bool unfaired = false; ///< in the mesh as it was filled: what the fairing found was not taken
+    int first_vertex = 0;  ///< store index of the first vertex that the patch brought
+    int new_vertices = 0;  ///< that the patch brought
+    int first_face = 0;    ///< store index of the first face that the patch brought
+    int new_faces = 0;     ///< that the patch brought; 0 where it was not joined
 };
 
 /// Everything that one run notes.

@@ -7,6 +7,7 @@
 #include "kelvane/repair/run_notes.hpp"
 
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace KVN {
@@ -56,12 +57,21 @@ struct JoinPlace {
     HoleNote& note; ///< of this hole
 };
 
+/// After the last solve of the fairing, before its first vertex is moved.
+struct FairPlace {
+    const std::vector<_vert*>& border;
+    /// The patch's free vertices and where they are to go; empty where no solution was found.
+    const std::vector<std::pair<_vert*, MemS::Point3v<float>>>& moves;
+    const HoleNote& note;
+};
+
 /// What is called at each place; an empty function is passed over.
 struct RunPlaces {
-    std::function<void(RunStage)> stage_begins;     ///< before every stage
-    std::function<void(CutPlace&)> after_cut;       ///< once
-    std::function<void(SearchPlace&)> after_search; ///< once
-    std::function<bool(JoinPlace&)> before_join;    ///< false: the hole stays open
+    std::function<void(RunStage)> stage_begins;        ///< before every stage
+    std::function<void(CutPlace&)> after_cut;          ///< once
+    std::function<void(SearchPlace&)> after_search;    ///< once
+    std::function<bool(JoinPlace&)> before_join;       ///< false: the hole stays open
+    std::function<bool(const FairPlace&)> before_move; ///< false: the patch stays as it was filled
 };
 
 } // namespace KVN

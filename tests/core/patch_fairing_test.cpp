@@ -254,7 +254,7 @@ TEST(PatchFairing, NeighbouringPatchesReadThePositionsOfTheInsertion) {
             repair.holeBoundaryCount = {18, 18};
             omp_set_num_threads(threads);
             const std::vector<std::uint32_t> unfaired = fingerprint(*mesh);
-            repair.fair_patches(threads);
+            repair.fair_patches(threads, {});
             EXPECT_NE(fingerprint(*mesh), unfaired);
             results.insert(fingerprint(*mesh));
         }

@@ -92,6 +92,35 @@ TEST(MarkerRepairprocessing, ClosesInteriorRimAndOverlappingMarkers) {
     }
 }
 
+// A fairing that is turned down leaves its own patch as it was filled, and no other.
+TEST(MarkerRepairprocessing, KeepsTheFillWhereTheFairingIsTurnedDown) {
+    const Plate plate;
+    std::vector<std::vector<float>> heights[3]; // per hole, by what is turned down
+    for (const int turned_down : {-1, 0, 1}) {
+        const auto mesh = make_mesh(plate.arrays);
+        RepairMarkers repair = repairer(*mesh, plate.markers, 0.4);
+        repair.DeleteMarkRegion();
+        KVN::RunPlaces places;
+        places.before_move = [&](const KVN::FairPlace& place) {
+            EXPECT_EQ(static_cast<int>(place.moves.size()), place.note.new_vertices);
+            return place.note.marker != turned_down;
+        };
+        repair.run(RepairMarkers::closings().front(), 2, places);
+        for (const KVN::HoleNote& hole : repair.notes.holes) {
+            EXPECT_EQ(hole.unfaired, hole.marker == turned_down);
+            std::vector<float> z;
+            for (int i = 0; i < hole.new_vertices; ++i) {
+                z.push_back(vertex(*mesh, hole.first_vertex + i)->pos.z);
+            }
+            heights[turned_down + 1].push_back(z);
+        }
+    }
+    for (const std::size_t hole : {0, 1, 2}) {
+        EXPECT_EQ(heights[0][hole] != heights[1][hole], hole == 0);
+        EXPECT_EQ(heights[0][hole] != heights[2][hole], hole == 1);
+    }
+}
+
 TEST(MarkerRepairprocessing, SameBitsForEveryNumberOfThreads) {
     const Plate plate;
     const int default_threads = omp_get_max_threads();

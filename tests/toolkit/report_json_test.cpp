@@ -12,6 +12,7 @@ TEST(ReportJson, SaysWhatTheReportSays) {
     report.markers.resize(2);
     report.markers[0].outcome = Outcome::repaired_loop;
     report.markers[0].new_faces = 100;
+    report.markers[0].unfaired = true;
     report.markers[1].outcome = Outcome::no_border_found;
     report.markers[1].body = {2, 4, 1, 300, -8.0};
     report.loaded.duplicate = 2;
@@ -31,6 +32,8 @@ TEST(ReportJson, SaysWhatTheReportSays) {
     EXPECT_EQ(json["markers"][1]["repaired"], false);
     EXPECT_EQ(json["markers"][1]["body"]["specks"], 4);
     EXPECT_FALSE(json["markers"][0].contains("body"));
+    EXPECT_EQ(json["markers"][0]["fairing"], "not_taken");
+    EXPECT_FALSE(json["markers"][1].contains("fairing"));
     EXPECT_EQ(json["repaired"], 1);
     EXPECT_EQ(json["unrepaired"], 1);
     EXPECT_EQ(json["refused_faces"]["duplicate"], 2);

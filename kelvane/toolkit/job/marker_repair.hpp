@@ -70,7 +70,7 @@ enum class Outcome {
     edges_left_open,     ///< filled, but edges that were opened are still open
     part_left,           ///< filled, but a loose piece of surface is left over the place
     body_left,           ///< filled, but a body, or its foot, still stands on the place
-    wild_patch,          ///< filled, but the fairing threw its vertices far away or nowhere
+    wild_patch,          ///< filled, but with vertices far away or nowhere
     left_with_neighbour, ///< repaired, but a neighbour that it cannot be without was not
 };
 
@@ -98,6 +98,9 @@ struct MarkerReport {
     /// Where no border was found, what stood against the boundary that came nearest, in words.
     std::string search;
     TakenBody body; ///< what was taken beyond the cut
+    /// The patch is in the scan as it was filled: the fairing found no solution, or one that is
+    /// wild, with a vertex farther from the box around the border than the box's diagonal.
+    bool unfaired = false;
 };
 
 /// The time that a stage took.

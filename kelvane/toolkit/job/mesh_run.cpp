@@ -1,13 +1,12 @@
 #include "kelvane/toolkit/job/mesh_run.hpp"
 
 #include "kelvane/toolkit/bodies/place_look.hpp"
+#include "kelvane/toolkit/job/patch_bound.hpp"
 #include "kelvane/toolkit/job/patch_mending.hpp"
 #include "kelvane/toolkit/job/patch_soundness.hpp"
 #include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/report/border_words.hpp"
 #include "kelvane/toolkit/rims/rim_closing.hpp"
-
-#include <Eigen/Geometry>
 
 #include <algorithm>
 #include <utility>
@@ -99,6 +98,7 @@ MarkerReport report_of(const RegionNote& region, const std::vector<HoleNote>& ho
         report.border_vertices = hole.border_vertices;
         report.new_vertices = hole.new_vertices + (hole.new_faces > 0 ? hole.rim_vertices : 0);
         report.new_faces = hole.new_faces;
+        report.unfaired = hole.unfaired;
         report.search.clear();
     } else if (region.finding == RegionFinding::cut && region.joined_hole >= 0) {
         report.outcome = outcome_of(holes[static_cast<std::size_t>(region.joined_hole)], false);
@@ -161,6 +161,12 @@ void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begi
                is_sound_patch(place.mesh, place.border,
                               {place.points, place.faces, place.normals, place.border_places});
     };
+    places.before_move = [](const FairPlace& place) {
+        const PatchBound bound(place.border);
+        return place.moves.empty() == (place.note.new_vertices == 0) &&
+               std::all_of(place.moves.begin(), place.moves.end(),
+                           [&](const auto& move) { return bound.holds(move.second); });
+    };
     RunAccess::process(run_, options_.method, threads, places);
 }
 
@@ -196,19 +202,11 @@ const std::vector<std::vector<_vert*>>& MeshRun::borders() const {
     return RunAccess::borders(run_);
 }
 
-// Whether all new vertices of a hole lie within the box around its border, widened by the box's own
-// diagonal. A sound patch bulges by a fraction of that.
 bool MeshRun::is_near_border(int hole) const {
-    Eigen::AlignedBox3d box;
-    for (const _vert* v : borders()[static_cast<std::size_t>(hole)]) {
-        box.extend(Eigen::Vector3d(v->pos.x, v->pos.y, v->pos.z));
-    }
+    const PatchBound bound(borders()[static_cast<std::size_t>(hole)]);
     const HoleNote& note = notes().holes[static_cast<std::size_t>(hole)];
-    const double farthest = box.diagonal().norm();
     for (std::int32_t i = 0; i < note.new_vertices; ++i) {
-        const auto& p = mesh_.vertices.at(note.first_vertex + i).pos;
-        const Eigen::Vector3d place(p.x, p.y, p.z);
-        if (!place.allFinite() || !(box.exteriorDistance(place) <= farthest)) {
+        if (!bound.holds(mesh_.vertices.at(note.first_vertex + i).pos)) {
             return false;
         }
     }

@@ -34,7 +34,8 @@ class MeshRun {
 
     /// Takes off the bodies on the markers' places, unless the options say that there are none.
     /// Finds, closes and joins all holes and computes all normals, with so many threads. Tells the
-    /// stages as they begin. A patch that does not fit its hole is not taken.
+    /// stages as they begin. A patch that does not fit its hole is not taken, nor is a fairing that
+    /// leaves the PatchBound.
     void close(int threads, const std::function<void(RunStage)>& stage_begins);
 
     const RunNotes& notes() const;

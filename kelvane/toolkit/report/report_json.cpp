@@ -81,6 +81,9 @@ std::string to_json(const RepairReport& report, const std::vector<Marker>& marke
         if (result.body.faces > 0) {
             entries.back()["body"] = body_json(result.body);
         }
+        if (result.unfaired) {
+            entries.back()["fairing"] = "not_taken";
+        }
         if (!result.placement.empty()) {
             entries.back()["placement"] = result.placement;
         }
