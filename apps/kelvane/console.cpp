@@ -1,6 +1,7 @@
 #include "console.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/scan/formats/temporary_file.hpp"
 
 #include <array>
 #include <atomic>
@@ -9,6 +10,7 @@
 #include <iostream>
 #include <utility>
 
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace kelvane_command {
@@ -20,22 +22,40 @@ namespace {
 
 std::atomic<Progress*> interruptible{nullptr};
 
-extern "C" void cancel_job(int) {
-    if (Progress* progress = interruptible.load()) {
-        progress->cancel();
+extern "C" void end_by_signal(int number) {
+    if (number == SIGINT) {
+        if (Progress* progress = interruptible.exchange(nullptr)) {
+            progress->cancel();
+            return;
+        }
     }
-}
-
-/// Sends the first interrupt to the job; the next one has its usual effect.
-void catch_interrupt(Progress* progress) {
-    interruptible.store(progress);
-    struct sigaction action {};
-    action.sa_handler = progress != nullptr ? cancel_job : SIG_DFL;
-    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-    sigaction(SIGINT, &action, nullptr);
+    KVN::toolkit::remove_temporary_files();
+    constexpr char line[] = "kelvane: ended by a signal\n";
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line, sizeof line - 1);
+    ::_exit(128 + number); // as a shell tells of a process that a signal ended
 }
 
 } // namespace
+
+void guard_process() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) == -1) {
+            // Takes the lowest free number, which is this one. Writing to it fails as before.
+            [[maybe_unused]] const int taken = ::open("/dev/null", O_RDONLY);
+        }
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction action {};
+        sigaction(number, nullptr, &action);
+        if (action.sa_handler != SIG_IGN) {
+            action = {};
+            action.sa_handler = end_by_signal;
+            action.sa_flags = SA_RESTART;
+            sigaction(number, &action, nullptr);
+        }
+    }
+}
 
 void print_result(const std::string& text) {
     std::cout << text << std::flush;
@@ -62,11 +82,11 @@ void print_notes(const std::vector<std::string>& lines) {
 ProgressDisplay::ProgressDisplay(bool quiet)
     : quiet_(quiet), terminal_(isatty(STDERR_FILENO) != 0),
       progress_([this](Stage stage, double done) { show(stage, done); }) {
-    catch_interrupt(&progress_);
+    interruptible = &progress_;
 }
 
 ProgressDisplay::~ProgressDisplay() {
-    catch_interrupt(nullptr);
+    interruptible = nullptr;
     if (line_open_) {
         std::fputs("\r\033[K", stderr);
     }

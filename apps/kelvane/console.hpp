@@ -10,6 +10,11 @@
 
 namespace kelvane_command {
 
+/// To be called first of all. Signals that end a program (interrupt, terminate, hang-up) remove
+/// what is under way before they do; one that was ignored stays so. A reader of our output that
+/// goes away ends nothing, and a standard stream that is closed never becomes one of our files.
+void guard_process();
+
 /// Writes a result and flushes. Throws SystemError if standard output takes no more.
 void print_result(const std::string& text);
 
@@ -20,8 +25,8 @@ void print_error(const std::string& message);
 void print_notes(const std::vector<std::string>& lines);
 
 /// Shows the progress of a job on standard error: a live bar on a terminal, a line per stage
-/// elsewhere, nothing if `quiet`. While it lives, an interrupt from the keyboard cancels the job; a
-/// second one ends the program.
+/// elsewhere, nothing if `quiet`. While it lives, the first interrupt from the keyboard cancels the
+/// job; another one ends the program.
 class ProgressDisplay {
   public:
     explicit ProgressDisplay(bool quiet);

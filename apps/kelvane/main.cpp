@@ -1,10 +1,13 @@
 // The `kelvane` command. Exit status: 0 done; 1 a marker is left unrepaired (--strict); 2 wrong
-// usage or bad input; 3 the system refused; 130 interrupted.
+// usage or bad input; 3 the system refused; 130 interrupted, 128 more than the number of the signal
+// that ended it otherwise.
 #include "commands.hpp"
 #include "console.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/scan/formats/temporary_file.hpp"
 
+#include <cstdlib>
 #include <new>
 #include <stdexcept>
 
@@ -38,14 +41,31 @@ int run(int argc, char** argv) {
     return status;
 }
 
+/// Has the process end as a refusal where a library calls exit(), as the OpenMP runtime does.
+class ExitStatus {
+  public:
+    ExitStatus() { std::atexit(end); }
+    int leave(int status) {
+        is_ours_ = true;
+        return status;
+    }
+
+  private:
+    static void end() {
+        if (!is_ours_) {
+            KVN::toolkit::remove_temporary_files();
+            std::_Exit(refused);
+        }
+    }
+    static inline bool is_ours_ = false;
+};
+
 int fail(int status, const char* message) {
     kelvane_command::print_error(message);
     return status;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int guarded_run(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (const KVN::toolkit::InputError& error) {
@@ -61,4 +81,12 @@ int main(int argc, char** argv) {
     } catch (const std::exception& error) {
         return fail(refused, error.what());
     }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    ExitStatus exit_status;
+    kelvane_command::guard_process();
+    return exit_status.leave(guarded_run(argc, argv));
 }

@@ -13,9 +13,9 @@ namespace KVN::toolkit {
 /// scope.
 class TeamSize {
   public:
-    explicit TeamSize(int threads) : before_(omp_get_max_threads()) {
-        omp_set_num_threads(threads);
-    }
+    /// Throws SystemError if the system starts no so many threads: the runtime itself would end the
+    /// process.
+    explicit TeamSize(int threads);
     TeamSize(const TeamSize&) = delete;
     TeamSize& operator=(const TeamSize&) = delete;
     ~TeamSize() { omp_set_num_threads(before_); }

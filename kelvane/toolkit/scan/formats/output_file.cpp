@@ -1,6 +1,7 @@
 #include "kelvane/toolkit/scan/formats/output_file.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/scan/formats/temporary_file.hpp"
 
 #include <cerrno>
 #include <cstring>
@@ -15,15 +16,38 @@ namespace KVN::toolkit {
 namespace {
 
 constexpr std::size_t buffer_size = std::size_t{1} << 20;
-constexpr int name_attempts = 1000; // names that other runs of the same process id may have left
+constexpr int links_followed = 40; // as by Linux itself
+
+/// Where writing to `target` writes to: links are followed, also one that leads to a file that is
+/// not there yet.
+std::filesystem::path resolved(std::filesystem::path target) {
+    std::error_code error;
+    for (int i = 0; i < links_followed && std::filesystem::is_symlink(target, error); ++i) {
+        const std::filesystem::path next = std::filesystem::read_symlink(target, error);
+        target = target.parent_path() / next; // which is `next` where that is absolute
+    }
+    return target;
+}
+
+/// Gives a new file the owner and the mode of the one that it replaces, as far as the system
+/// allows: to others it is never more open than that.
+void take_over(int descriptor, const struct stat& state) {
+    mode_t mode = state.st_mode & 07777U;
+    if (::fchown(descriptor, state.st_uid, state.st_gid) != 0) {
+        mode &= 0777U; // bits that act in the owner's name would act in another's
+        if (::fchown(descriptor, static_cast<uid_t>(-1), state.st_gid) != 0) {
+            const mode_t others = mode & 07U;
+            mode &= 0700U | (others << 3U) | others; // the group is another
+        }
+    }
+    [[maybe_unused]] const int result = ::fchmod(descriptor, mode);
+}
 
 } // namespace
 
-OutputFile::OutputFile(const std::filesystem::path& target) : name_(target.string()) {
-    std::error_code ignored;
-    const std::filesystem::path real = std::filesystem::canonical(target, ignored);
-    target_ = real.empty() ? target : real;
-
+OutputFile::OutputFile(const std::filesystem::path& target)
+    : name_(target.string()), target_(resolved(target)) {
+    buffer_.reserve(buffer_size); // here, since nothing may throw once the file is there
     struct stat state {};
     const bool exists = ::stat(target_.c_str(), &state) == 0;
     if (exists && S_ISDIR(state.st_mode)) {
@@ -38,14 +62,14 @@ OutputFile::OutputFile(const std::filesystem::path& target) : name_(target.strin
             refuse(errno);
         }
     } else {
-        open_beside();
+        descriptor_ = open_temporary_file(target_.parent_path(), temporary_);
+        if (descriptor_ < 0) {
+            refuse(errno);
+        }
         if (exists) {
-            // The new file is as open to others as the one that it replaces; a refusal harms
-            // nobody.
-            [[maybe_unused]] const int result = ::fchmod(descriptor_, state.st_mode & 07777U);
+            take_over(descriptor_, state);
         }
     }
-    buffer_.reserve(buffer_size);
 }
 
 OutputFile::~OutputFile() {
@@ -54,22 +78,7 @@ OutputFile::~OutputFile() {
     }
     if (!temporary_.empty()) {
         ::unlink(temporary_.c_str());
-    }
-}
-
-void OutputFile::open_beside() {
-    const std::string stem = ".kelvane-" + std::to_string(::getpid()) + "-";
-    for (int i = 0; i < name_attempts && descriptor_ < 0; ++i) {
-        std::filesystem::path name = target_.parent_path() / (stem + std::to_string(i));
-        descriptor_ = ::open(name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (descriptor_ >= 0) {
-            temporary_ = std::move(name);
-        } else if (errno != EEXIST) {
-            refuse(errno);
-        }
-    }
-    if (descriptor_ < 0) {
-        refuse(EEXIST);
+        forget_temporary_file(temporary_);
     }
 }
 
@@ -115,6 +124,7 @@ void OutputFile::commit() {
         if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
             refuse(errno);
         }
+        forget_temporary_file(temporary_);
         temporary_.clear();
     }
 }

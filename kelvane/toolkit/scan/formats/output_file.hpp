@@ -9,9 +9,10 @@
 namespace KVN::toolkit {
 
 /// Collects what is written in a new file beside the target and renames it in commit(). Without a
-/// commit nothing is left and the target is as it was. A target that is a link is followed; one
-/// that is a device or pipe is written to directly. Every failure is a SystemError, a target that
-/// is a directory an InputError.
+/// commit nothing is left and the target is as it was. A target that is a link is followed, also to
+/// a file that is not there yet; a new file has the owner and mode of the one that it replaces
+/// where the system allows. A target that is a device or pipe is written to directly and never
+/// removed. Every failure is a SystemError, a target that is a directory an InputError.
 class OutputFile {
   public:
     explicit OutputFile(const std::filesystem::path& target);
@@ -26,7 +27,6 @@ class OutputFile {
     void commit();
 
   private:
-    void open_beside();
     void flush();
     void send(const char* data, std::size_t size);
     [[noreturn]] void refuse(int error) const;
