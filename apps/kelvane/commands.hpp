@@ -7,6 +7,7 @@
 namespace kelvane_command {
 
 void add_repair(CLI::App& app, int& status);
+void add_batch(CLI::App& app, int& status);
 void add_cut(CLI::App& app);
 void add_info(CLI::App& app);
 void add_demo(CLI::App& app);

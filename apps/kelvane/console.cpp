@@ -57,6 +57,10 @@ void guard_process() {
     }
 }
 
+void catch_interrupt(Progress* progress) {
+    interruptible = progress;
+}
+
 void print_result(const std::string& text) {
     std::cout << text << std::flush;
     if (!std::cout) {
@@ -82,11 +86,11 @@ void print_notes(const std::vector<std::string>& lines) {
 ProgressDisplay::ProgressDisplay(bool quiet)
     : quiet_(quiet), terminal_(isatty(STDERR_FILENO) != 0),
       progress_([this](Stage stage, double done) { show(stage, done); }) {
-    interruptible = &progress_;
+    catch_interrupt(&progress_);
 }
 
 ProgressDisplay::~ProgressDisplay() {
-    interruptible = nullptr;
+    catch_interrupt(nullptr);
     if (line_open_) {
         std::fputs("\r\033[K", stderr);
     }

@@ -24,6 +24,10 @@ void print_error(const std::string& message);
 /// Writes lines of note to standard error, each as print_error() does.
 void print_notes(const std::vector<std::string>& lines);
 
+/// Sends the first interrupt from the keyboard to `progress`, which outlives the next call; a
+/// second one has its usual effect. Null: none is caught.
+void catch_interrupt(KVN::toolkit::Progress* progress);
+
 /// Shows the progress of a job on standard error: a live bar on a terminal, a line per stage
 /// elsewhere, nothing if `quiet`. While it lives, the first interrupt from the keyboard cancels the
 /// job; another one ends the program.

@@ -23,6 +23,7 @@ int run(int argc, char** argv) {
     app.set_version_flag("--version", "kelvane " KELVANE_VERSION);
     app.require_subcommand(1);
     kelvane_command::add_repair(app, status);
+    kelvane_command::add_batch(app, status);
     kelvane_command::add_cut(app);
     kelvane_command::add_info(app);
     kelvane_command::add_demo(app);
