@@ -175,8 +175,8 @@ void add_batch(CLI::App& app, int& status) {
         ->required();
     command->add_flag("--again", arguments->options.again, "Do again what is complete");
     command
-        ->add_option("--jobs", arguments->options.side_by_side,
-                     "Scans at the same time; 0 for as many as there are processors")
+        ->add_option("--threads", arguments->options.threads,
+                     "Threads, and scans at the same time; 0 for all processors")
         ->check(CLI::NonNegativeNumber);
     command
         ->add_option("--memory", arguments->options.memory,

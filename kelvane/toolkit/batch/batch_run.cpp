@@ -119,14 +119,13 @@ void run_batch(const std::vector<BatchJob>& jobs, const BatchRecords& records,
                const Progress& whole) {
     Batch batch(records, run, listener, whole);
     const std::vector<JobQueue::Entry> entries = batch.jobs_to_do(jobs, options);
-    const int processors = omp_get_num_procs();
-    const int most = options.side_by_side > 0 ? options.side_by_side : processors;
+    const int threads = options.threads > 0 ? options.threads : omp_get_num_procs();
     const int workers =
-        static_cast<int>(std::min<std::size_t>(entries.size(), static_cast<std::size_t>(most)));
+        static_cast<int>(std::min<std::size_t>(entries.size(), static_cast<std::size_t>(threads)));
     JobQueue queue(entries, options.memory > 0 ? options.memory : default_batch_memory());
     std::vector<std::thread> team;
     for (int i = 0; i < workers; ++i) {
-        team.emplace_back([&] { batch.work(queue, std::max(1, processors / workers)); });
+        team.emplace_back([&] { batch.work(queue, std::max(1, threads / workers)); });
     }
     for (std::thread& thread : team) {
         thread.join();

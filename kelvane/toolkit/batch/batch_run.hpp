@@ -18,8 +18,9 @@ struct BatchOptions {
     Shard shard;
     /// Does again what is complete.
     bool again = false;
-    /// Jobs at the same time at most. 0: as many as there are processors.
-    int side_by_side = 0;
+    /// Threads of all jobs together. As many jobs run at the same time, and a job has more than one
+    /// only where the list is shorter. 0: as many as there are processors.
+    int threads = 0;
     /// Bytes that jobs at the same time may need together, by job_memory(); a job that needs more
     /// runs alone. 0: default_batch_memory().
     std::uint64_t memory = 0;
