@@ -44,10 +44,12 @@ std::optional<Shard> shard_of_array_task() {
     const std::int64_t step = array_number("STEP");
     const std::int64_t count = array_number("COUNT");
     // Slurm gives step 1 for lists of single numbers: only the count tells them from a series.
-    if (step < 1 || id < first || id > last || (id - first) % step != 0 ||
+    // A series that begins further up is a part of an array that was submitted again: its tasks
+    // would share out the whole list among themselves.
+    if (step < 1 || first > 1 || id < first || id > last || (id - first) % step != 0 ||
         (last - first) / step + 1 != count) {
-        throw InputError("the numbers of the job array are no whole series with one step, so that "
-                         "they do not tell this task's share; give --shard");
+        throw InputError("the numbers of the job array are no whole series from 0 or 1 on, so "
+                         "that they do not tell this task's share; give --shard");
     }
     return Shard{static_cast<std::size_t>((id - first) / step), static_cast<std::size_t>(count)};
 }

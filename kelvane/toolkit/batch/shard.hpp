@@ -21,8 +21,8 @@ struct Shard {
 KELVANE_EXPORT Shard parse_shard(const std::string& text);
 
 /// The shard of a task of a Slurm array, by its environment variables; none outside of an array.
-/// Throws InputError unless the array's numbers are a whole series with one step, such as 0-7 or
-/// 1-15:2: of `--array=2,5` nobody can tell which jobs are left to others.
+/// Throws InputError unless the array's numbers are a whole series from 0 or 1 on with one step,
+/// such as 0-7 or 1-15:2: of `--array=2,5` nobody can tell which jobs are left to others.
 KELVANE_EXPORT std::optional<Shard> shard_of_array_task();
 
 } // namespace KVN::toolkit
