@@ -1,7 +1,6 @@
 #include "kelvane/toolkit/batch/batch_records.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
-#include "kelvane/toolkit/scan/formats/output_file.hpp"
 #include "kelvane/toolkit/text_file.hpp"
 
 #include <nlohmann/json.hpp>
@@ -11,7 +10,6 @@
 #include <fstream>
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace KVN::toolkit {
 
@@ -22,7 +20,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int record_schema = 1; // another number, and older records do not count
-constexpr const char* begun_state = "begun";
 constexpr JobState states[] = {JobState::done, JobState::bad_input, JobState::refused};
 
 /// "size seconds.nanoseconds", or "" of a file that is not there.
@@ -82,15 +79,6 @@ Json load(const fs::path& file) {
     return sound ? record : Json();
 }
 
-/// Whether the process that began a job still runs here. Its number may be another program's by
-/// now.
-bool runs(const Json& begun) {
-    const fs::path other = "/proc/" + std::to_string(begun.value("process", 0)) + "/exe";
-    std::error_code ignored;
-    return begun.value("process", 0) != ::getpid() &&
-           fs::equivalent(other, "/proc/self/exe", ignored);
-}
-
 } // namespace
 
 const char* to_string(JobState state) {
@@ -128,7 +116,7 @@ std::optional<JobResult> BatchRecords::find(const BatchJob& job) const {
     }
     const std::optional<JobState> state = parse_state(record.value("state", ""));
     if (!state) {
-        return {}; // begun, not ended
+        return {};
     }
     if (*state == JobState::done && (record["version"] != version_ || !unchanged(record["read"]) ||
                                      !unchanged(record["written"]))) {
@@ -142,23 +130,7 @@ std::optional<JobResult> BatchRecords::find(const BatchJob& job) const {
                      record["report"].is_null() ? "" : record["report"].dump()};
 }
 
-void BatchRecords::clear_after_killed(const BatchJob& job) const {
-    const Json begun = load(file_of(job));
-    if (begun.is_null() || begun.value("state", "") != begun_state || runs(begun)) {
-        return;
-    }
-    for (const fs::path& output : job.outputs()) {
-        OutputFile::clear_after(begun.value("mark", ""), output);
-    }
-}
-
-FileStates BatchRecords::begin(const BatchJob& job) const {
-    const Json record = {{"schema", record_schema},
-                         {"job", job.text()},
-                         {"state", begun_state},
-                         {"mark", OutputFile::process_mark()},
-                         {"process", ::getpid()}};
-    write_text(file_of(job), record.dump(2) + "\n");
+FileStates BatchRecords::inputs_of(const BatchJob& job) {
     return states_of({job.scan, job.markers});
 }
 

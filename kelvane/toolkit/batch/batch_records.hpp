@@ -49,11 +49,8 @@ class KELVANE_EXPORT BatchRecords {
     /// The result of a job that need not be done again, or of its last failure.
     std::optional<JobResult> find(const BatchJob& job) const;
 
-    /// Takes away what a process that was killed over the job left beside its outputs. To be called
-    /// before this process begins a job.
-    void clear_after_killed(const BatchJob& job) const;
-    /// Notes that this process begins the job. Returns the inputs' state for finish().
-    FileStates begin(const BatchJob& job) const;
+    /// The state of a job's inputs before it is done, for finish().
+    static FileStates inputs_of(const BatchJob& job);
     /// Notes the end of the job.
     void finish(const BatchJob& job, const FileStates& inputs, const JobResult& result) const;
 

@@ -59,7 +59,6 @@ class Batch {
             if (!options.again && known && known->state == JobState::done) {
                 ++counts_.complete;
             } else {
-                records_.clear_after_killed(jobs[i]);
                 entries.push_back({&jobs[i], job_memory(jobs[i])});
             }
         }
@@ -90,7 +89,7 @@ class Batch {
         });
         own = &progress;
         const auto started = std::chrono::steady_clock::now();
-        const FileStates inputs = records_.begin(job);
+        const FileStates inputs = BatchRecords::inputs_of(job);
         JobResult result = guarded(run_, job, threads, progress);
         const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - started;
         result.seconds = taken.count();
