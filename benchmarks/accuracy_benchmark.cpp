@@ -87,8 +87,10 @@ int run(const Arguments& arguments) {
         std::ofstream(arguments.json) << accuracy_json(results);
     }
     bool met = found.empty();
-    for (const PeerRatio& ratio : peer_ratios(results, KVN::Method::fast)) {
-        met = met && ratio.met();
+    for (const Place place : {Place::interior, Place::rim}) {
+        for (const PeerRatio& ratio : peer_ratios(results, KVN::Method::fast, place)) {
+            met = met && ratio.met();
+        }
     }
     return arguments.check && !met ? 1 : 0;
 }

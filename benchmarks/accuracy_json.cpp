@@ -21,6 +21,7 @@ Json to_json(const PatchMetrics& p, Place place) {
             {"seam_rms", p.seam_rms},
             {"seam_mean", p.seam_mean},
             {"seam_max", p.seam_max},
+            {"outline_rms", p.outline_rms},
             {"aspect_p95", p.aspect_p95},
             {"aspect_max", p.aspect_max},
             {"open_edges", p.open_edges},
@@ -64,9 +65,12 @@ std::string accuracy_json(const std::vector<ScanRuns>& scans) {
         json["scans"].push_back(one);
     }
     for (const toolkit::MethodInfo& info : toolkit::methods()) {
-        for (const PeerRatio& ratio : peer_ratios(scans, info.method)) {
-            json["peer_ratios"][info.name][ratio.measure] = {
-                {"mean", ratio.mean}, {"required", ratio.required}, {"markers", ratio.markers}};
+        for (const Place place : {Place::interior, Place::rim}) {
+            const char* key = place == Place::rim ? "rim_peer_ratios" : "peer_ratios";
+            for (const PeerRatio& ratio : peer_ratios(scans, info.method, place)) {
+                json[key][info.name][ratio.measure] = {
+                    {"mean", ratio.mean}, {"required", ratio.required}, {"markers", ratio.markers}};
+            }
         }
     }
     json["faults"] = faults(scans);

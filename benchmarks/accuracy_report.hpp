@@ -22,11 +22,14 @@ struct PeerRatio {
     bool met() const { return markers == 0 || mean <= required; }
 };
 
-/// A method's rms, seam angle (rms) and aspect against the peer's, over the interior markers of all
-/// scans that both have closed alone.
-std::vector<PeerRatio> peer_ratios(const std::vector<ScanRuns>& scans, toolkit::Method method);
+/// A method's rms, seam angle (rms) and aspect against the peer's, over the markers of all scans at
+/// such a place, interior or rim, that both have closed alone. On the rim the peer has the straight
+/// edge between the ends of the cut.
+std::vector<PeerRatio> peer_ratios(const std::vector<ScanRuns>& scans, toolkit::Method method,
+                                   Place place);
 
-/// Per scan and over all: peer ratios of each method; medians of the others against fast.
+/// Per scan and over all: peer ratios of each method, interior and rim markers apart; medians of
+/// the others against fast.
 void print_comparisons(std::ostream& out, const std::vector<ScanRuns>& scans);
 
 /// The faults of the library's methods that no repair should have: a marker not closed, a new

@@ -157,6 +157,7 @@ MarkedScan make_scan(std::string name, std::shared_ptr<const AnalyticSurface> su
     scan.margin = options.margin;
     std::vector<Vector3d> normals;
     scan.mesh = mesh_of(*surface, options.edge, random, normals);
+    scan.outline = outline_of(scan.mesh);
     if (options.noise > 0) {
         for (int v = 0; v < scan.mesh.vertices(); ++v) {
             move_vertex(scan.mesh, v, options.noise * random.normal() * normals[v]);

@@ -58,7 +58,7 @@ Row measure(int count, const Arguments& arguments) {
     options.marker_size = scan.margin;
     options.threads = 1;
     const RepairedMesh cut = cut_scan(scan.mesh, scan.markers, *scan.margin);
-    const std::vector<HoleBorder> borders = hole_borders(scan.mesh, cut);
+    const std::vector<HoleBorder> borders = cut_borders(scan.mesh, cut).loops;
     const bool with_peer = peer_available() && count <= arguments.peer_limit;
     Row row;
     std::vector<double> fill, fairing, peer_fill, peer_fairing;

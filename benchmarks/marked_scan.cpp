@@ -56,7 +56,9 @@ std::vector<MarkedScan> read_marked_scans(const fs::path& folder,
         MarkedScan scan;
         scan.name = one.filename().string();
         scan.mesh = TriangleMesh(toolkit::read_scan(one / "marked.ply"));
-        scan.truth = mesh_truth(TriangleMesh(toolkit::read_scan(one / "truth.ply")));
+        TriangleMesh truth(toolkit::read_scan(one / "truth.ply"));
+        scan.outline = outline_of(truth);
+        scan.truth = mesh_truth(std::move(truth));
         scan.markers = toolkit::read_markers(one / "markers.csv");
         scan.margin = margin_of(one, margins);
         scans.push_back(std::move(scan));

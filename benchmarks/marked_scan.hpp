@@ -2,6 +2,7 @@
 #pragma once
 
 #include "mesh_truth.hpp"
+#include "outline.hpp"
 
 #include "kelvane/repair/repair_markers.hpp"
 
@@ -21,6 +22,7 @@ struct MarkedScan {
     /// Added to every marker's radius for the cut; none: the toolkit's own choice.
     std::optional<double> margin;
     std::shared_ptr<const TruthSurface> truth;
+    Outline outline; ///< of the true surface; empty where it has no rim
 
     std::vector<Vector3d> centres() const;
 };

@@ -62,7 +62,7 @@ MethodRun run_method(const MarkedScan& scan, Method method, int threads, double&
 
     MethodRun run;
     run.name = toolkit::to_string(method);
-    run.metrics = measure_repair(scan.mesh, repaired, scan.centres(), *scan.truth);
+    run.metrics = measure_repair(scan.mesh, repaired, scan.centres(), *scan.truth, scan.outline);
     run.metrics.untouched =
         untouched_vertices_kept(scan.mesh, repaired, scan.centres(), reaches(scan, margin));
     std::map<std::string, std::string> left; // markers by what became of them
@@ -91,16 +91,20 @@ MethodRun run_peer(const MarkedScan& scan, const MethodRun& ours, double margin)
         return run;
     }
     const RepairedMesh cut = cut_scan(scan.mesh, scan.markers, margin);
-    const PeerResult result = fill_with_peer(cut, hole_borders(scan.mesh, cut));
-    run.metrics = measure_repair(scan.mesh, result.repaired, scan.centres(), *scan.truth);
+    const CutBorders borders = cut_borders(scan.mesh, cut);
+    std::vector<HoleBorder> all = borders.loops;
+    all.insert(all.end(), borders.chains.begin(), borders.chains.end());
+    const PeerResult result = fill_with_peer(cut, all);
+    run.metrics =
+        measure_repair(scan.mesh, result.repaired, scan.centres(), *scan.truth, scan.outline);
     run.metrics.untouched =
         untouched_vertices_kept(scan.mesh, result.repaired, scan.centres(), reaches(scan, margin));
     run.fill_seconds = result.fill_seconds;
     for (std::size_t m = 0; m < scan.markers.size(); ++m) {
         const PatchMetrics& patch = run.metrics.markers[m];
-        run.places.push_back(ours.shared[m] || (patch.faces > 0 && patch.open_edges == 0)
-                                 ? Place::interior
-                                 : Place::open);
+        const bool inside = ours.shared[m] || (patch.faces > 0 && patch.open_edges == 0);
+        const bool at_rim = ours.places[m] == Place::rim && patch.faces > 0;
+        run.places.push_back(inside ? Place::interior : at_rim ? Place::rim : Place::open);
     }
     run.shared = ours.shared;
     if (result.refused_faces > 0) {
@@ -127,7 +131,7 @@ RepairedMesh cut_scan(const TriangleMesh& scan, const std::vector<Marker>& marke
     return cut;
 }
 
-std::vector<HoleBorder> hole_borders(const TriangleMesh& scan, const RepairedMesh& cut) {
+CutBorders cut_borders(const TriangleMesh& scan, const RepairedMesh& cut) {
     const EdgeTable before(scan);
     HoleBorder opened;
     EdgeTable(cut.mesh).for_each([&](const EdgeUse* begin, const EdgeUse* end) {
@@ -157,11 +161,10 @@ std::vector<HoleBorder> hole_borders(const TriangleMesh& scan, const RepairedMes
             chains.insert(root(edge.first));
         }
     }
-    std::vector<HoleBorder> borders;
+    CutBorders borders;
     for (auto& [piece_root, piece] : pieces) {
-        if (chains.count(piece_root) == 0) {
-            borders.push_back(std::move(piece));
-        }
+        (chains.count(piece_root) == 0 ? borders.loops : borders.chains)
+            .push_back(std::move(piece));
     }
     return borders;
 }

@@ -45,9 +45,14 @@ struct ScanRuns {
 /// The scan without the regions of its markers, cut by the library itself.
 RepairedMesh cut_scan(const TriangleMesh& scan, const std::vector<Marker>& markers, double margin);
 
-/// The holes that the cut has made inside the scan, each as the edges that the cut has opened, by
-/// their vertices in `cut`. What the cut took off the scan's rim is no hole and is left out.
-std::vector<HoleBorder> hole_borders(const TriangleMesh& scan, const RepairedMesh& cut);
+/// What the cut has opened, in pieces that hang together, each as its edges by their lower and
+/// higher vertex in `cut`: loops around holes inside the scan, and chains where it took some of the
+/// scan's rim away.
+struct CutBorders {
+    std::vector<HoleBorder> loops;
+    std::vector<HoleBorder> chains;
+};
+CutBorders cut_borders(const TriangleMesh& scan, const RepairedMesh& cut);
 
 ScanRuns run_methods(const MarkedScan& scan, int threads);
 

@@ -214,6 +214,32 @@ void measure_edges(const TriangleMesh& mesh, const EdgeTable& edges, const std::
     }
 }
 
+// How far the open edges of the patches lie from the true outline.
+void measure_outline(const TriangleMesh& mesh, const EdgeTable& edges,
+                     const std::vector<int>& owner, const Outline& outline,
+                     std::vector<PatchMetrics>& markers) {
+    constexpr int samples = 16; // per edge, in the middles of as many parts
+    std::vector<double> lengths(markers.size(), 0);
+    edges.for_each([&](const EdgeUse* begin, const EdgeUse* end) {
+        const int marker = owner[begin->face];
+        if (end - begin != 1 || marker < 0 || outline.empty()) {
+            return;
+        }
+        const Vector3d a = mesh.vertex(begin->low), b = mesh.vertex(begin->high);
+        const double part = (b - a).norm() / samples;
+        for (int k = 0; k < samples; ++k) {
+            const double d = distance_to(outline, a + (k + 0.5) / samples * (b - a));
+            markers[marker].outline_rms += part * d * d;
+            lengths[marker] += part;
+        }
+    });
+    for (std::size_t m = 0; m < markers.size(); ++m) {
+        if (lengths[m] > 0) {
+            markers[m].outline_rms = std::sqrt(markers[m].outline_rms / lengths[m]);
+        }
+    }
+}
+
 // Edges of old faces only that the cut has opened and nothing has closed.
 int count_left_open(const TriangleMesh& scan, const RepairedMesh& repaired, const EdgeTable& edges,
                     const std::vector<int>& owner) {
@@ -250,7 +276,8 @@ Patches find_patches(const TriangleMesh& scan, const RepairedMesh& repaired,
 }
 
 RepairMetrics measure_repair(const TriangleMesh& scan, const RepairedMesh& repaired,
-                             const std::vector<Vector3d>& centres, const TruthSurface& truth) {
+                             const std::vector<Vector3d>& centres, const TruthSurface& truth,
+                             const Outline& outline) {
     const TriangleMesh& mesh = repaired.mesh;
     const EdgeTable edges(mesh);
     const Patches patches = find_patches(scan, repaired, centres);
@@ -273,6 +300,7 @@ RepairMetrics measure_repair(const TriangleMesh& scan, const RepairedMesh& repai
         }
     }
     measure_edges(mesh, edges, owner, result.markers);
+    measure_outline(mesh, edges, owner, outline, result.markers);
     for (const auto& pair : intersecting_pairs(mesh, is_new)) {
         ++result.markers[owner[pair.first]].intersections;
     }

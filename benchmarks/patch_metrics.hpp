@@ -13,12 +13,16 @@
 //                sagitta of flat triangles on a curved surface and of the noise of the border.
 //   seam         angle between the normals of the two faces at an edge where patch meets old
 //                surface.
+//   outline      distance of the patch's edges with one face from the outline of the true surface:
+//                root of the mean square over their length. Where a patch ends short of the surface
+//                the distance above does not tell, this does.
 //   aspect       sqrt(3)/2 * longest edge / shortest altitude: 1 for an equilateral triangle.
 //   degenerate   aspect above 1000.
 //   flipped      normal at 90 degrees or more from the truth's, or winding against a neighbour's.
 #pragma once
 
 #include "mesh_truth.hpp"
+#include "outline.hpp"
 
 #include <string>
 #include <vector>
@@ -40,6 +44,7 @@ struct PatchMetrics {
     double normal_max = 0;                            ///< degrees
     double seam_rms = 0, seam_mean = 0, seam_max = 0; ///< degrees
     double aspect_p95 = 0, aspect_max = 0;
+    double outline_rms = 0; ///< mm; 0 on a closed hole
     int open_edges = 0;   ///< edges with one face: 0 on a closed hole, the new rim on an open scan
     int non_manifold = 0; ///< edges with more than two faces
     int degenerate = 0, flipped = 0;
@@ -68,7 +73,8 @@ Patches find_patches(const TriangleMesh& scan, const RepairedMesh& repaired,
 
 /// Finds the patches and measures them, those of one marker together. `centres` are the markers'.
 RepairMetrics measure_repair(const TriangleMesh& scan, const RepairedMesh& repaired,
-                             const std::vector<Vector3d>& centres, const TruthSurface& truth);
+                             const std::vector<Vector3d>& centres, const TruthSurface& truth,
+                             const Outline& outline);
 
 /// True when the vertices with an origin come first, in the scan's order and with its bits, and
 /// every vertex of the scan that is farther from all centres than `reaches` (one per centre) is

@@ -9,7 +9,9 @@
 #include <CGAL/Polygon_mesh_processing/triangulate_hole.h>
 #include <CGAL/Surface_mesh.h>
 
+#include <algorithm>
 #include <iterator>
+#include <map>
 
 namespace KVN::bench {
 
@@ -42,12 +44,50 @@ PeerMesh::Halfedge_index border_halfedge(const PeerMesh& mesh, std::pair<int, in
     return h != PeerMesh::null_halfedge() && mesh.is_border(h) ? h : PeerMesh::null_halfedge();
 }
 
+// The ends of a border that is a chain; none of a loop.
+std::vector<int> chain_ends(const HoleBorder& border) {
+    std::map<int, int> degree;
+    for (const auto& [a, b] : border) {
+        ++degree[a];
+        ++degree[b];
+    }
+    std::vector<int> ends;
+    for (const auto& [vertex, edges] : degree) {
+        if (edges % 2 != 0) {
+            ends.push_back(vertex);
+        }
+    }
+    return ends;
+}
+
+// Makes a loop of a chain: a face over its ends and the point halfway between them. Null where the
+// border is a loop or the face does not fit.
+PeerMesh::Face_index add_bridge(PeerMesh& mesh, const HoleBorder& border) {
+    using Index = PeerMesh::Vertex_index;
+    const std::vector<int> ends = chain_ends(border);
+    if (ends.size() != 2) {
+        return PeerMesh::null_face();
+    }
+    // The chain leaves `first` along a border halfedge.
+    const auto in_chain = [&](int a, int b) {
+        const std::pair<int, int> edge = std::minmax(a, b);
+        return std::find(border.begin(), border.end(), edge) != border.end();
+    };
+    const auto out = mesh.next(mesh.halfedge(Index(ends[0])));
+    const bool leaves = mesh.is_border(out) && in_chain(ends[0], mesh.target(out));
+    const Index first(leaves ? ends[0] : ends[1]);
+    const Index last(leaves ? ends[1] : ends[0]);
+    const Index over = mesh.add_vertex(CGAL::midpoint(mesh.point(first), mesh.point(last)));
+    return mesh.add_face(first, last, over);
+}
+
+// Vertices that are gone keep their places.
 RepairedMesh from_peer(const PeerMesh& mesh, const RepairedMesh& cut) {
     RepairedMesh result;
     result.origin = cut.origin;
-    result.origin.resize(mesh.number_of_vertices(), -1);
-    for (const auto v : mesh.vertices()) {
-        const auto& p = mesh.point(v);
+    result.origin.resize(mesh.num_vertices(), -1);
+    for (PeerMesh::size_type v = 0; v < mesh.num_vertices(); ++v) {
+        const auto& p = mesh.point(PeerMesh::Vertex_index(v));
         result.mesh.add_vertex({p.x(), p.y(), p.z()});
     }
     for (const auto f : mesh.faces()) {
@@ -69,6 +109,7 @@ PeerResult fill_with_peer(const RepairedMesh& cut, const std::vector<HoleBorder>
     PeerMesh mesh = peer_mesh(cut.mesh, result.refused_faces);
     result.build_seconds = watch.seconds();
     for (const HoleBorder& border : borders) {
+        const PeerMesh::Face_index bridge = add_bridge(mesh, border);
         for (const auto& edge : border) {
             const auto h = border_halfedge(mesh, edge);
             if (h == PeerMesh::null_halfedge()) {
@@ -82,6 +123,10 @@ PeerResult fill_with_peer(const RepairedMesh& cut, const std::vector<HoleBorder>
             pmp::triangulate_and_refine_hole(mesh, h, std::back_inserter(faces),
                                              std::back_inserter(vertices));
             result.refine_seconds += watch.seconds();
+            if (bridge != PeerMesh::null_face()) {
+                CGAL::Euler::remove_face(mesh.halfedge(bridge),
+                                         mesh); // the fairing is not to see it
+            }
             const bool fair = pmp::fair(mesh, vertices);
             result.fill_seconds += watch.seconds();
             if (!fair) {

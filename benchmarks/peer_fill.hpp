@@ -25,7 +25,8 @@ struct PeerResult {
 
 /// Builds CGAL's Surface_mesh of `cut` and fills the holes at `borders`, one after another, by
 /// triangulate_refine_and_fair_hole with its defaults: density of the border, continuity of the
-/// tangent. Without CGAL the result is empty.
+/// tangent. A border that is a chain along the scan's rim is closed by the straight edge between
+/// its ends, which is all that the peer can know of it. Without CGAL the result is empty.
 PeerResult fill_with_peer(const RepairedMesh& cut, const std::vector<HoleBorder>& borders);
 
 } // namespace KVN::bench

@@ -123,7 +123,7 @@ Json repair_row(const RepairTimes& times, int markers, double reading) {
 
 Json peer_row(const MarkedScan& scan, const RepairTimes& ours, const Arguments& arguments) {
     const RepairedMesh cut = cut_scan(scan.mesh, scan.markers, *scan.margin);
-    auto borders = hole_borders(scan.mesh, cut);
+    auto borders = cut_borders(scan.mesh, cut).loops;
     borders.resize(std::min(borders.size(), static_cast<std::size_t>(arguments.peer_holes)));
     std::vector<double> builds, fills;
     int filled = 0;
