@@ -1,6 +1,8 @@
 // Indices of vertices after some of them have gone.
 #pragma once
 
+#include "kelvane/export.hpp"
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -9,7 +11,7 @@ namespace KVN::toolkit {
 
 /// Tells for old vertices whether they are gone and which index they have now, in constant time and
 /// 1.5 bits per vertex. Indices behind the old vertices, those of new ones, move up alike.
-class Renumbering {
+class KELVANE_EXPORT Renumbering {
   public:
     /// `gone` ascends and names vertices below `vertex_count`.
     Renumbering(std::uint64_t vertex_count, const std::vector<std::uint32_t>& gone);

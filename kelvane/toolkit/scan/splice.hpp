@@ -1,6 +1,8 @@
 // What a repair changes in a scan, small enough to be applied to arrays and to files alike.
 #pragma once
 
+#include "kelvane/export.hpp"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -64,7 +66,7 @@ double mixed(const Splice& splice, std::size_t k, const ValueOf& value_of) {
 std::int64_t nearest_origin(const Splice& splice, std::size_t k);
 
 /// x, y, z of a normal for new vertex `k`: the splice's, or `mixed_normal` at unit length.
-std::array<double, 3> normal_of(const Splice& splice, std::size_t k,
-                                const std::array<double, 3>& mixed_normal);
+KELVANE_EXPORT std::array<double, 3> normal_of(const Splice& splice, std::size_t k,
+                                               const std::array<double, 3>& mixed_normal);
 
 } // namespace KVN::toolkit

@@ -1,0 +1,83 @@
+#include "repair_run.hpp"
+
+#include "conversions.hpp"
+
+#include "kelvane/toolkit/job/repair_plan.hpp"
+#include "kelvane/toolkit/report/report_json.hpp"
+
+#include <map>
+#include <utility>
+
+namespace kelvane_python {
+
+using namespace KVN::toolkit;
+
+namespace {
+
+Patch patch_of(const MarkerReport& marker, const Surface& surface, const Splice& splice) {
+    Patch patch;
+    if (marker.first_new_face < 0) {
+        return patch;
+    }
+    const auto first = static_cast<std::ptrdiff_t>(3 * marker.first_new_vertex);
+    patch.points.assign(splice.positions.begin() + first,
+                        splice.positions.begin() + first + 3 * marker.new_vertices);
+    const auto first_vertex = static_cast<std::uint64_t>(marker.first_new_vertex);
+    std::map<std::uint64_t, std::int32_t> border; // a scan's vertex -> the patch's
+    for (int f = 0; f < marker.new_faces; ++f) {
+        for (const std::uint64_t corner :
+             splice.faces[static_cast<std::size_t>(marker.first_new_face + f)]) {
+            if (corner >= surface.vertex_count()) {
+                patch.faces.push_back(
+                    static_cast<std::int32_t>(corner - surface.vertex_count() - first_vertex));
+                continue;
+            }
+            const auto [known, is_new] =
+                border.emplace(corner, static_cast<std::int32_t>(patch.points.size() / 3));
+            if (is_new) {
+                patch.points.resize(patch.points.size() + 3);
+                surface.positions_into(corner, 1, &*patch.points.end() - 3);
+            }
+            patch.faces.push_back(known->second);
+        }
+    }
+    return patch;
+}
+
+py::tuple patch_arrays(const RepairRun& run, std::size_t marker) {
+    Patch patch = run.patches.at(marker);
+    return py::make_tuple(array_of(std::move(patch.points), 3),
+                          array_of(std::move(patch.faces), 3));
+}
+
+} // namespace
+
+RepairRun run_repair(const Surface& surface, std::vector<KVN::Marker> markers,
+                     const RepairOptions& options, const py::object& progress,
+                     const std::function<void(const Splice&, RepairReport&)>& output) {
+    RepairRun run{std::move(markers), options, {}, {}};
+    Progress listener(listener_for(progress));
+    const py::gil_scoped_release unlocked;
+    run.report = repair_surface(surface, run.markers, options, &listener,
+                                [&](const Splice& splice, RepairReport& report) {
+                                    for (const MarkerReport& marker : report.markers) {
+                                        run.patches.push_back(patch_of(marker, surface, splice));
+                                    }
+                                    output(splice, report);
+                                });
+    return run;
+}
+
+void bind_repair_run(py::module_& module) {
+    py::class_<RepairRun>(module, "Run")
+        .def("json",
+             [](const RepairRun& run) { return to_json(run.report, run.markers, run.options); })
+        .def("markers", [](const RepairRun& run) { return rows_of(run.markers); })
+        .def("words",
+             [](const RepairRun& run, std::size_t marker) {
+                 return describe(run.report.markers.at(marker).outcome);
+             })
+        .def("patch", &patch_arrays);
+}
+
+} // namespace kelvane_python
