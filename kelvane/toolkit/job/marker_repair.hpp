@@ -27,6 +27,8 @@
 
 namespace KVN::toolkit {
 
+struct RepairPage;
+
 /// How a repair is to be done. The defaults suit a scan whose markers stand a few edges apart.
 struct RepairOptions {
     /// Added to every marker's radius to give the radius of the cut; in the mesh's unit, 0 or more.
@@ -55,6 +57,9 @@ struct RepairOptions {
     /// Makes a mesh of the whole scan instead of the markers' neighbourhoods. The result is the
     /// same; time and memory grow with the scan.
     bool whole_mesh = false;
+    /// Filled with what a page shows of the repair (page/repair_page.hpp), which takes no second
+    /// look at the scan. Null: nothing is gathered, at no cost.
+    RepairPage* page = nullptr;
 };
 
 /// What became of a marker.
