@@ -3,6 +3,7 @@
 #include "kelvane/fill/continuation/shifted_tridiagonal.hpp"
 #include "kelvane/fill/geometry.hpp"
 
+#include <Eigen/Cholesky>
 #include <Eigen/QR>
 
 #include <algorithm>
@@ -56,7 +57,6 @@ Eigen::VectorXd outlier_weights(const Eigen::VectorXd& residuals, double resolut
 struct HeightModel::Evidence {
     Eigen::VectorXd scale; // prior standard deviation per prior term
     ShiftedTridiagonal system;
-    bool rough;
     double freedom;                // count of samples beyond the free terms
     Eigen::VectorXd projected[2];  // samples without and with arcs taken off, in the system's basis
     double length[2] = {0.0, 0.0}; // their squared lengths beyond the free terms
@@ -78,7 +78,8 @@ struct HeightModel::Evidence {
     Evidence(const Eigen::MatrixXd& gram, const Fall& fall, const DiscPolynomials& basis,
              double count)
         : scale(deviations(fall, basis)), system(scale.asDiagonal() * gram * scale.asDiagonal()),
-          rough(fall.rough), freedom(count) {}
+
+          freedom(count) {}
 
     void take(int arc, const Eigen::VectorXd& gradient, double squares) {
         projected[arc] = system.rotate(scale.cwiseProduct(gradient));
@@ -95,7 +96,6 @@ struct HeightModel::Mixture {
     struct Entry {
         double cost; // minus twice the logarithm of the likelihood, up to a constant
         double ratio;
-        double variance;
         std::size_t prior;
         int arc;
     };
@@ -115,7 +115,7 @@ struct HeightModel::Mixture {
                 const double cost = evidence.freedom * std::log(variance) + spread;
                 if (cost < best + negligible) {
                     best = std::min(best, cost);
-                    entries.push_back({cost, ratio, variance, prior, arc});
+                    entries.push_back({cost, ratio, prior, arc});
                 }
             }
         }
@@ -218,16 +218,15 @@ bool HeightModel::solve(const Eigen::MatrixXd& design, const Eigen::VectorXd& he
     coefficients_.tail(prior_terms) = prior;
     coefficients_.head(free_terms) = free_block.solve(
         target.head(free_terms) - upper.topRightCorner(free_terms, prior_terms) * prior);
-    return coefficients_.allFinite() && std::isfinite(noise_);
+    return coefficients_.allFinite();
 }
 
 // Also leaves for the next round only the falls that had a share in this one: moving some weights
 // brings none back.
 bool HeightModel::average(Mixture& mixture, Eigen::VectorXd& prior) {
     double total = 0.0;
-    double variance = 0.0;
+    double least = std::numeric_limits<double>::infinity();
     arc_share_ = 0.0;
-    roughness_ = 0.0;
     prior = Eigen::VectorXd::Zero(basis_.terms() - free_terms);
     std::vector<std::size_t> kept;
     for (std::size_t p = 0; p < mixture.priors.size(); ++p) {
@@ -238,13 +237,17 @@ bool HeightModel::average(Mixture& mixture, Eigen::VectorXd& prior) {
             if (entry.prior != p || entry.cost > mixture.best + Mixture::negligible) {
                 continue;
             }
+            if (entry.cost < least) {
+                least = entry.cost;
+                precision_ = Eigen::VectorXd::Zero(basis_.terms());
+                precision_.tail(prior.size()) =
+                    entry.ratio * evidence.scale.array().square().inverse();
+            }
             const double weight = std::exp(-0.5 * (entry.cost - mixture.best));
             evidence.system.shift(entry.ratio);
             sum += weight * evidence.system.solve(evidence.projected[entry.arc]);
             share += weight;
             arc_share_ += weight * entry.arc;
-            roughness_ += evidence.rough ? weight : 0.0;
-            variance += weight * entry.variance;
         }
         if (share > 0.0) {
             prior += evidence.scale.cwiseProduct(evidence.system.rotate_back(sum));
@@ -257,10 +260,30 @@ bool HeightModel::average(Mixture& mixture, Eigen::VectorXd& prior) {
     }
     prior /= total;
     arc_share_ /= total;
-    roughness_ /= total;
-    noise_ = std::sqrt(variance / total);
     falls_ = std::move(kept);
     return true;
+}
+
+Eigen::VectorXd HeightModel::foretell(const std::vector<Eigen::Vector2d>& known,
+                                      const Eigen::VectorXd& heights,
+                                      const std::vector<Eigen::Vector2d>& asked) const {
+    Eigen::MatrixXd design(static_cast<Eigen::Index>(known.size()), basis_.terms());
+    Eigen::VectorXd target = heights;
+    for (std::size_t i = 0; i < known.size(); ++i) {
+        const auto row = static_cast<Eigen::Index>(i);
+        design.row(row) = basis_(known[i]).transpose();
+        target[row] -= arc_share_ * arc_(known[i]);
+    }
+    Eigen::MatrixXd normal = design.transpose() * design;
+    normal.diagonal() += precision_;
+    const Eigen::VectorXd folded =
+        basis_.to_products(normal.ldlt().solve(design.transpose() * target));
+    Eigen::VectorXd result(static_cast<Eigen::Index>(asked.size()));
+    for (std::size_t i = 0; i < asked.size(); ++i) {
+        result[static_cast<Eigen::Index>(i)] =
+            basis_.products(asked[i]).dot(folded) + arc_share_ * arc_(asked[i]);
+    }
+    return result;
 }
 
 double HeightModel::operator()(const Eigen::Vector2d& place) const {

@@ -25,13 +25,11 @@ class HeightModel {
 
     double operator()(const Eigen::Vector2d& place) const;
 
-    /// Estimated standard deviation of a sample about the surface, along the height.
-    double noise() const { return noise_; }
-
-    /// Probability that the surface is rough: that its content falls off as a power of the degree,
-    /// which leaves much to chance where there are no samples. Near 0 for smooth surfaces, about a
-    /// third where the samples have no content beyond arcs and noise.
-    double roughness() const { return roughness_; }
+    /// What the model foretells at `asked` if it is given the heights at `known` alone, with the
+    /// prior that it has learnt from all.
+    Eigen::VectorXd foretell(const std::vector<Eigen::Vector2d>& known,
+                             const Eigen::VectorXd& heights,
+                             const std::vector<Eigen::Vector2d>& asked) const;
 
   private:
     struct Evidence;
@@ -44,11 +42,10 @@ class HeightModel {
     DiscPolynomials basis_;
     ArcExcess arc_;
     double arc_share_ = 0.0;
-    double roughness_ = 0.0;
     Eigen::VectorXd coefficients_;
     Eigen::VectorXd folded_;         ///< the same for the basis' products
     std::vector<std::size_t> falls_; ///< still in the running, by their place in the table
-    double noise_ = 0.0;
+    Eigen::VectorXd precision_;      ///< of the likeliest prior, per term, in units of the noise's
 };
 
 } // namespace Mesh_M::fill

@@ -84,41 +84,13 @@ bool is_sound(const HoleScene& scene, const std::vector<Point>& start, int start
     return count_folds(scene) <= start_folds;
 }
 
-// On rough ground the trend of the surroundings and their mere tangents foretell about equally well
-// and err differently, so that the mean of both errs less than either. False if they stay apart.
-bool blend_with_fairing(HoleScene& scene, const std::vector<Point>& start, int start_folds,
-                        double roughness) {
-    constexpr double greatest_share = 0.5;
-    constexpr double negligible = 1e-3;
-    const double share = greatest_share * roughness;
-    if (share < negligible) {
-        return false;
-    }
-    const std::vector<Point> placed = scene.points;
-    scene.points = start;
-    if (fair_by_energy(scene, FairingOrder::biharmonic) && is_sound(scene, start, start_folds)) {
-        for (std::size_t v = 0; v < placed.size(); ++v) {
-            if (scene.movable[v]) {
-                scene.points[v] = (1.0 - share) * placed[v] + share * scene.points[v];
-            }
-        }
-        if (is_sound(scene, start, start_folds)) {
-            return true;
-        }
-    }
-    scene.points = placed;
-    return false;
-}
-
 } // namespace
 
 Placement continue_surface(const HeightField& field, Finish finish, HoleScene& scene) {
     const std::vector<Point> start = scene.points;
     const int folds = count_folds(scene);
-    if (field.place(scene, finish) && is_sound(scene, start, folds)) {
-        const bool blended =
-            finish == Finish::even && blend_with_fairing(scene, start, folds, field.roughness());
-        return blended ? Placement::blended : Placement::continued;
+    if (place_on_field(field, finish, scene) && is_sound(scene, start, folds)) {
+        return field.trust() < 1.0 ? Placement::blended : Placement::continued;
     }
     scene.points = start;
     if (is_surrounded(scene) && fair_by_energy(scene, FairingOrder::triharmonic) &&

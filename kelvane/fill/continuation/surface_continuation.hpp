@@ -7,7 +7,7 @@ namespace Mesh_M::fill {
 
 /// Moves the movable points of a scene; everything else stays. `field` was learnt from the same
 /// surroundings. A method whose result is not finite, strays from the patch it was given, or folds
-/// a triangle over is refused and the next one taken. A draft is not blended.
+/// a triangle over is refused and the next one taken.
 Placement continue_surface(const HeightField& field, Finish finish, HoleScene& scene);
 
 } // namespace Mesh_M::fill

@@ -1,0 +1,47 @@
+// The surface around a hole as a height field over the plane of its border.
+#pragma once
+
+#include "kelvane/fill/continuation/height_model.hpp"
+#include "kelvane/fill/continuation/neighbourhood_surface.hpp"
+#include "kelvane/fill/continuation/plane_frame.hpp"
+#include "kelvane/fill/continuation/plate_field.hpp"
+#include "kelvane/fill/continuation/residual_field.hpp"
+
+namespace Mesh_M::fill {
+
+/// Learnt once for any number of patches: a trend and its local correction, and as far as the trend
+/// cannot be trusted, a plate in their stead.
+class HeightField {
+  public:
+    /// Learns from the points of the scene's surroundings and border; its patch does not matter.
+    explicit HeightField(const HoleScene& scene);
+
+    /// False where the surroundings are no height field over the border's plane or could not be
+    /// learnt from; the calls below are then undefined, but for trust().
+    bool learnt() const { return learnt_; }
+
+    /// The plane that heights are measured over.
+    const Frame& frame() const { return frame_; }
+
+    /// Share of the trend in the field, 0 to 1; the plate has the rest.
+    double trust() const { return trust_; }
+
+    /// The height over a place of the plane.
+    double operator()(const Place& place) const {
+        const double plain = trust_ < 1.0 ? (1.0 - trust_) * plate_(place) : 0.0;
+        return plain + trust_ * (trend_(place) + correction_(place));
+    }
+
+    /// The part of the height that is known to be curved: the trend's, without its correction.
+    double trend(const Place& place) const { return trust_ * trend_(place); }
+
+  private:
+    Frame frame_;
+    HeightModel trend_;
+    ResidualField correction_;
+    PlateField plate_;
+    double trust_ = 1.0;
+    bool learnt_ = false;
+};
+
+} // namespace Mesh_M::fill
