@@ -13,6 +13,8 @@ namespace {
 
 // Deviations below this share of an edge are no sign of an outlier.
 constexpr double resolution_share = 1e-3;
+// The plate costs the cube of its samples.
+constexpr std::size_t most_plate_samples = 140;
 
 double median_border_edge(const HoleScene& scene) {
     // The median: one long edge may close an open chain.
@@ -52,7 +54,7 @@ std::vector<int> collect_samples(const HoleScene& scene, const Frame& frame) {
     return {samples.begin(), samples.end()};
 }
 
-// The samples nearest to the border; correction and plate need no others and cost their cube.
+// The samples nearest to the border; the correction needs no others and costs their cube.
 std::vector<std::size_t> near_border(const HoleScene& scene, const std::vector<int>& samples) {
     constexpr std::size_t greatest = 100;
     std::vector<std::pair<double, std::size_t>> order;
@@ -77,24 +79,30 @@ std::vector<std::size_t> near_border(const HoleScene& scene, const std::vector<i
     return result;
 }
 
-std::vector<char> on_border(const HoleScene& scene, const std::vector<int>& samples) {
-    const std::set<int> border(scene.border.begin(), scene.border.end());
-    std::vector<char> result;
+// Edges from the border to each sample, over the surroundings; `beyond` beyond the rings that
+// matter.
+std::vector<int> rings_of(const HoleScene& scene, const std::vector<int>& samples) {
+    constexpr int beyond = 3;
+    std::vector<int> rings(scene.points.size(), beyond);
+    for (const int v : scene.border) {
+        rings[static_cast<std::size_t>(v)] = 0;
+    }
+    for (int ring = 0; ring + 1 < beyond; ++ring) {
+        for (const Triangle& t : scene.surroundings) {
+            const bool met = std::any_of(t.begin(), t.end(), [&](int v) {
+                return rings[static_cast<std::size_t>(v)] == ring;
+            });
+            for (const int v : t) {
+                int& own = rings[static_cast<std::size_t>(v)];
+                own = met ? std::min(own, ring + 1) : own;
+            }
+        }
+    }
+    std::vector<int> result;
     for (const int v : samples) {
-        result.push_back(border.count(v) > 0);
+        result.push_back(rings[static_cast<std::size_t>(v)]);
     }
     return result;
-}
-
-Samples pick(const Samples& samples, const std::vector<std::size_t>& indices) {
-    Samples picked;
-    picked.heights.resize(static_cast<Eigen::Index>(indices.size()));
-    for (std::size_t i = 0; i < indices.size(); ++i) {
-        picked.places.push_back(samples.places[indices[i]]);
-        picked.heights[static_cast<Eigen::Index>(i)] =
-            samples.heights[static_cast<Eigen::Index>(indices[i])];
-    }
-    return picked;
 }
 
 } // namespace
@@ -106,7 +114,7 @@ HeightField::HeightField(const HoleScene& scene) {
     const std::vector<int> points = collect_samples(scene, frame_);
     level_frame(scene, points, frame_);
     const double edge = median_border_edge(scene);
-    Samples all;
+    SurfaceSamples all;
     all.heights.resize(static_cast<Eigen::Index>(points.size()));
     for (std::size_t i = 0; i < points.size(); ++i) {
         const Point& p = scene.points[static_cast<std::size_t>(points[i])];
@@ -116,14 +124,20 @@ HeightField::HeightField(const HoleScene& scene) {
     if (!trend_.fit(all.places, all.heights, resolution_share * edge)) {
         return;
     }
-    const Samples near = pick(all, near_border(scene, points));
-    Eigen::VectorXd residuals = near.heights;
-    for (std::size_t i = 0; i < near.places.size(); ++i) {
-        residuals[static_cast<Eigen::Index>(i)] -= trend_(near.places[i]);
+    std::vector<Place> near;
+    std::vector<double> residuals;
+    for (const std::size_t i : near_border(scene, points)) {
+        near.push_back(all.places[i]);
+        residuals.push_back(all.heights[static_cast<Eigen::Index>(i)] - trend_(all.places[i]));
     }
-    correction_.fit(near.places, residuals, edge);
-    trust_ = trend_trust(trend_, all, on_border(scene, points));
-    if (trust_ < 1.0 && !plate_.fit(near.places, near.heights)) {
+    correction_.fit(near,
+                    Eigen::Map<const Eigen::VectorXd>(residuals.data(),
+                                                      static_cast<Eigen::Index>(residuals.size())),
+                    edge);
+    all.rings = rings_of(scene, points);
+    trust_ = trend_trust(trend_, all);
+    const SurfaceSamples beside = pick_rings(all, 0, 1, most_plate_samples);
+    if (trust_ < 1.0 && !plate_.fit(beside.places, beside.heights)) {
         trust_ = 1.0;
     }
     learnt_ = true;

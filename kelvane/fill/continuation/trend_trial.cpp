@@ -3,6 +3,7 @@
 #include "kelvane/fill/continuation/plate_field.hpp"
 
 #include <algorithm>
+#include <limits>
 
 namespace Mesh_M::fill {
 
@@ -16,32 +17,22 @@ constexpr double no_trust = -0.5;
 constexpr double full_trust = 0.85;
 // Fewer samples do not fix a trend.
 constexpr std::size_t least_known = 12;
-
-Samples pick(const Samples& samples, const std::vector<char>& marks, char wanted) {
-    Samples picked;
-    std::vector<double> heights;
-    for (std::size_t i = 0; i < marks.size(); ++i) {
-        if (marks[i] == wanted) {
-            picked.places.push_back(samples.places[i]);
-            heights.push_back(samples.heights[static_cast<Eigen::Index>(i)]);
-        }
-    }
-    picked.heights = Eigen::Map<const Eigen::VectorXd>(heights.data(),
-                                                       static_cast<Eigen::Index>(heights.size()));
-    return picked;
-}
+// A plate costs the cube of its samples; the trend takes all.
+constexpr std::size_t most_samples = 140;
+constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max() / 2;
+constexpr int most_rings = std::numeric_limits<int>::max();
 
 } // namespace
 
-double trend_trust(const HeightModel& trend, const Samples& samples,
-                   const std::vector<char>& held) {
-    const Samples known = pick(samples, held, 0);
-    const Samples asked = pick(samples, held, 1);
+double trend_trust(const HeightModel& trend, const SurfaceSamples& samples) {
+    const SurfaceSamples asked = pick_rings(samples, 0, 0, most_samples);
+    const SurfaceSamples known = pick_rings(samples, 1, 2, most_samples);
+    const SurfaceSamples behind = pick_rings(samples, 1, most_rings, unlimited);
     PlateField plate;
     if (known.places.size() < least_known || !plate.fit(known.places, known.heights)) {
         return 1.0;
     }
-    const Eigen::VectorXd by_trend = trend.foretell(known.places, known.heights, asked.places);
+    const Eigen::VectorXd by_trend = trend.foretell(behind.places, behind.heights, asked.places);
     Eigen::VectorXd by_plate(asked.heights.size());
     for (std::size_t i = 0; i < asked.places.size(); ++i) {
         by_plate[static_cast<Eigen::Index>(i)] = plate(asked.places[i]);
