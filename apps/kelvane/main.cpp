@@ -8,8 +8,11 @@
 #include "kelvane/toolkit/scan/formats/temporary_file.hpp"
 
 #include <cstdlib>
+#include <exception>
 #include <new>
 #include <stdexcept>
+
+#include <unistd.h>
 
 namespace {
 
@@ -66,6 +69,14 @@ int fail(int status, const char* message) {
     return status;
 }
 
+/// Where an exception may not leave a thread's work in a library, it ends the process here.
+[[noreturn]] void end_for_good() {
+    KVN::toolkit::remove_temporary_files();
+    constexpr char line[] = "kelvane: not enough memory, or a fault of the program\n";
+    [[maybe_unused]] const ssize_t written = ::write(STDERR_FILENO, line, sizeof line - 1);
+    std::_Exit(refused);
+}
+
 int guarded_run(int argc, char** argv) {
     try {
         return run(argc, argv);
@@ -88,6 +99,7 @@ int guarded_run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     ExitStatus exit_status;
+    std::set_terminate(end_for_good);
     kelvane_command::guard_process();
     return exit_status.leave(guarded_run(argc, argv));
 }

@@ -1,6 +1,7 @@
 // Cutting the surface out from under the markers.
 #include "kelvane/kernel/record_marks.hpp"
 #include "kelvane/repair/repair_markers.hpp"
+#include "kelvane/repair/tree_memory.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -33,6 +34,7 @@ std::vector<int> RepairMarkers::vertices_within(float x, float y, float z, doubl
     constexpr double wider = 1.0001;
     pcl::Indices candidates;
     std::vector<float> unused;
+    require_tree_memory(kdToVertex.size(), search_bytes_per_point);
     kdTree.radiusSearch(pcl::PointXYZ(x, y, z), wider * radius, candidates, unused, 0);
     const auto limit = static_cast<float>(radius * radius);
     std::vector<std::pair<float, int>> hits;

@@ -1,5 +1,6 @@
 // Life cycle of RepairMarkers: construction, copies, and the one setter.
 #include "kelvane/repair/repair_markers.hpp"
+#include "kelvane/repair/tree_memory.hpp"
 
 #include <pcl/point_cloud.h>
 
@@ -41,6 +42,7 @@ RepairMarkers::RepairMarkers(Mesh* mesh_, std::vector<Marker>& markers_, double 
     // The tree leaves out points that are not finite and cannot be made of none at all; without
     // one, a search has no hits.
     if (any_finite) {
+        require_tree_memory(cloud->size(), tree_bytes_per_point);
         kdTree.setInputCloud(cloud);
     }
 }

@@ -48,6 +48,10 @@ void take_over(int descriptor, const struct stat& state) {
 OutputFile::OutputFile(const std::filesystem::path& target)
     : name_(target.string()), target_(resolved(target)) {
     buffer_.reserve(buffer_size); // here, since nothing may throw once the file is there
+    std::error_code unreadable;
+    if (std::filesystem::is_symlink(target_, unreadable)) {
+        refuse(ELOOP);
+    }
     struct stat state {};
     const bool exists = ::stat(target_.c_str(), &state) == 0;
     if (exists && S_ISDIR(state.st_mode)) {

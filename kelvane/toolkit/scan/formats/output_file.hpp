@@ -1,6 +1,8 @@
 // Output that appears under its name only when it is complete.
 #pragma once
 
+#include "kelvane/export.hpp"
+
 #include <cstddef>
 #include <filesystem>
 #include <string>
@@ -13,7 +15,7 @@ namespace KVN::toolkit {
 /// a file that is not there yet; a new file has the owner and mode of the one that it replaces
 /// where the system allows. A target that is a device or pipe is written to directly and never
 /// removed. Every failure is a SystemError, a target that is a directory an InputError.
-class OutputFile {
+class KELVANE_EXPORT OutputFile {
   public:
     explicit OutputFile(const std::filesystem::path& target);
     OutputFile(const OutputFile&) = delete;

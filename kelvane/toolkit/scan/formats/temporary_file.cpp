@@ -119,9 +119,9 @@ int open_temporary_file(const std::filesystem::path& folder, std::filesystem::pa
     return -1;
 }
 
-void forget_temporary_file(const std::filesystem::path& name) {
+void forget_temporary_file(const std::filesystem::path& name) noexcept {
     for (ListedName& entry : listed_names) {
-        if (entry.state == ListedName::listed && name == entry.name) {
+        if (entry.state == ListedName::listed && std::strcmp(name.c_str(), entry.name) == 0) {
             entry.state = ListedName::empty;
             return;
         }

@@ -18,7 +18,7 @@ namespace KVN::toolkit {
 int open_temporary_file(const std::filesystem::path& folder, std::filesystem::path& name);
 
 /// Takes a name off the list: it has been renamed or is about to be removed.
-void forget_temporary_file(const std::filesystem::path& name);
+void forget_temporary_file(const std::filesystem::path& name) noexcept;
 
 /// Removes all temporary files of this process that are still under way. For signal handlers and
 /// for the end of a process: their writers must not go on.
