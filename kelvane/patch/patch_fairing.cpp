@@ -1,6 +1,7 @@
 // The bi-Laplace system of one patch: its weights, its rows, and its solution.
 #include "kelvane/patch/patch_fairing.hpp"
 
+#include "kelvane/kernel/memory_ahead.hpp"
 #include "kelvane/kernel/record_words.hpp"
 #include "kelvane/patch/cotangent_weights.hpp"
 #include "kelvane/patch/fairing_rows.hpp"
@@ -66,6 +67,9 @@ SystemOutcome solve_system(FairingRows& rows, int unknowns, Coordinates& positio
         matrix = by_rows; // sorts each column
     }
     Eigen::SparseLU<Eigen::SparseMatrix<double>, Eigen::COLAMDOrdering<int>> solver;
+    // It copies the matrix and takes an array of its size from malloc() without a look.
+    constexpr std::size_t bytes_per_entry = 32;
+    Mesh_M::require_memory(bytes_per_entry * static_cast<std::size_t>(matrix.nonZeros()));
     solver.analyzePattern(matrix);
     solver.factorize(matrix);
     // The solver catches std::bad_alloc and tells of it in words alone, partly as a success.
