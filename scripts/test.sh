@@ -9,7 +9,8 @@ build=${KELVANE_BUILD_DIR:-"$root/build/test"}
 # shellcheck source=scripts/packages.sh
 source "$root/scripts/packages.sh"
 
-install_missing_packages libgtest-dev pkg-config
+install_missing_packages libgtest-dev pkg-config python3-dev python3-numpy python3-setuptools \
+    python3-venv python3-wheel pybind11-dev mypy
 mapfile -t options < <(build_options)
 jobs=$(build_jobs)
 scratch=$(mktemp -d)
@@ -33,7 +34,8 @@ consume() { # consume NAME [OPTION...]: builds the consumer project and runs its
     (cd "$scratch/consumer-$name" && ctest --output-on-failure)
 }
 
-configure "$root" "$build" -DKELVANE_BUILD_TESTS=ON
+configure "$root" "$build" -DKELVANE_BUILD_TESTS=ON -DKELVANE_BUILD_PYTHON=ON \
+    -DPython_EXECUTABLE=/usr/bin/python3
 cmake --build "$build" -j "$jobs"
 
 cmake --install "$build" --prefix "$scratch/prefix" >/dev/null
@@ -55,6 +57,13 @@ cmake --build "$scratch/static" -j "$jobs"
 cmake --install "$scratch/static" --prefix "$scratch/static-prefix" >/dev/null
 "$scratch/static-prefix/bin/kelvane" --version
 consume static -DCMAKE_PREFIX_PATH="$scratch/static-prefix" -DCONSUMER_TOOLKIT=ON
+
+echo "== package: installed, and by pip"
+try_python() { (cd "$scratch" && "$@" "$root/examples/python/numpy_arrays.py" | tail -1); }
+PYTHONPATH="$scratch/prefix/lib/python3/dist-packages" try_python /usr/bin/python3
+/usr/bin/python3 -m venv --system-site-packages "$scratch/venv"
+"$scratch/venv/bin/pip" install --quiet --no-build-isolation "$root"
+try_python "$scratch/venv/bin/python"
 
 echo "== tests"
 cd "$build" && ctest --output-on-failure -j "$jobs"

@@ -13,7 +13,10 @@ from ._report import Report
 
 Array = npt.NDArray[Any]
 
-_CARRIERS = {np.dtype(np.bool_): np.dtype(np.uint8), np.dtype(np.float16): np.dtype(np.float32)}
+_CARRIERS: Dict["np.dtype[Any]", "np.dtype[Any]"] = {
+    np.dtype(np.bool_): np.dtype(np.uint8),
+    np.dtype(np.float16): np.dtype(np.float32),
+}
 """Number types that the module does not know, and ones that hold all of theirs."""
 
 _NORMALS = ("normals", "vertex_normals")
@@ -40,8 +43,8 @@ def repair_arrays(
 ) -> Tuple[Array, Array, Dict[str, Array], Report]:
     """Removes markers from a scan in memory and closes their places.
 
-    Returns (vertices, faces, attributes, report), of the types that were handed in; the arrays
-    handed in stay as they are and must not be changed by other threads meanwhile. Rows that the
+    Returns (vertices, faces, attributes, report), of the types that were handed in, in the machine's
+    byte order; the arrays handed in stay as they are and must not be changed by other threads meanwhile. Rows that the
     repair leaves alone keep their bits (doubles too) and their order and come first; new ones
     follow. The work is done in single precision: scans far from the origin lose there what float32
     cannot hold.
@@ -81,18 +84,23 @@ def repair_arrays(
         progress,
     )
     done = _unstacked(dict(zip(columns, new_columns)))
-    kept_types = {name: done[name].astype(given[name].dtype, copy=False) for name in given}
-    return new_points, new_corners, kept_types, Report(run)
+    kept = {name: done[name].astype(_native(column), copy=False) for name, column in given.items()}
+    return new_points, new_corners, kept, Report(run)
+
+
+def _native(array: Array) -> np.dtype[Any]:
+    """The array's number type in the machine's byte order."""
+    return array.dtype.newbyteorder("=")
 
 
 def _rows_of_three(name: str, values: npt.ArrayLike, types: Tuple[type, type]) -> Array:
     rows = np.asarray(values)
-    if rows.ndim != 2 or rows.shape[1] != 3 or rows.dtype not in types:
+    if rows.ndim != 2 or rows.shape[1] != 3 or _native(rows) not in types:
         wanted = " or ".join(t.__name__ for t in types)
         raise _kelvane.InputError(
             f"{name} must be rows of three {wanted}, not {rows.dtype} of shape {rows.shape}"
         )
-    return np.ascontiguousarray(rows, dtype=rows.dtype.newbyteorder("="))
+    return np.ascontiguousarray(rows, dtype=_native(rows))
 
 
 def _carried(name: str, column: Array, points: Array) -> Array:
@@ -104,7 +112,7 @@ def _carried(name: str, column: Array, points: Array) -> Array:
             f"attribute '{name}': {len(points)} values or rows of values are wanted, one per vertex, "
             f"not the shape {column.shape}"
         )
-    native = column.dtype.newbyteorder("=")
+    native = _native(column)
     return np.ascontiguousarray(column, dtype=_CARRIERS.get(native, native))
 
 

@@ -2,7 +2,6 @@
 
 from __future__ import annotations
 
-import json
 import os
 import warnings
 from pathlib import Path
@@ -10,7 +9,7 @@ from typing import Any, Callable, Dict, List, Literal, NamedTuple, Optional, Seq
 
 from . import _kelvane
 from ._markers import Blocks, FoundMarker, Markers, PathLike, block_rows, marker_rows, markers_of
-from ._report import Report
+from ._report import Report, parsed
 
 Progress = Callable[[str, float], Any]
 """Called with the stage that begins and the fraction done; what it raises stops the run."""
@@ -130,12 +129,12 @@ def cut(scan: PathLike, blocks: Blocks, output: PathLike) -> Dict[str, Any]:
     """
     report, not_kept = _kelvane.cut(os.fspath(scan), block_rows(blocks), os.fspath(output))
     _warn_of(not_kept)
-    return json.loads(report)
+    return parsed(report)
 
 
 def info(scan: PathLike) -> Dict[str, Any]:
     """Counts and measures a scan: vertices, faces, bounds, edge lengths, loops, components."""
-    return json.loads(_kelvane.info(os.fspath(scan)))
+    return parsed(_kelvane.info(os.fspath(scan)))
 
 
 def compare(
@@ -145,7 +144,7 @@ def compare(
 
     marker_size: as in the repair; twice the mean edge of `truth` if None.
     """
-    return json.loads(
+    return parsed(
         _kelvane.compare(os.fspath(scan), os.fspath(truth), marker_rows(markers), marker_size)
     )
 

@@ -14,6 +14,12 @@ from ._html import report_html
 from ._markers import Marker, markers_of
 
 
+def parsed(text: str) -> Dict[str, Any]:
+    """A report of the module as plain dicts and lists."""
+    values: Dict[str, Any] = json.loads(text)
+    return values
+
+
 @dataclass(frozen=True)
 class MarkerResult:
     """What became of one marker; lengths in the scan's unit.
@@ -49,7 +55,7 @@ class Report(Sequence[MarkerResult]):
 
     def __init__(self, run: _kelvane.Run) -> None:
         self._run = run
-        self._dict: Dict[str, Any] = json.loads(run.json())
+        self._dict = parsed(run.json())
         self.repaired: int = self._dict["repaired"]
         self.unrepaired: int = self._dict["unrepaired"]
         self.method: str = self._dict["method"]
@@ -92,7 +98,7 @@ class Report(Sequence[MarkerResult]):
 
     def to_dict(self) -> Dict[str, Any]:
         """The command's JSON report as plain dicts and lists; a copy."""
-        return json.loads(self.to_json())
+        return parsed(self.to_json())
 
     def to_json(self) -> str:
         """The command's JSON report, letter for letter."""
