@@ -13,7 +13,7 @@ sticker = np.hypot(x - centre[0], y - centre[1]) < 4.0
 vertices = np.stack([x, y, sheet + 0.2 * sticker], axis=2).reshape(-1, 3)
 
 a = (np.arange(side - 1)[:, None] * side + np.arange(side - 1)).ravel()
-faces = np.concatenate([np.stack([a, a + 1, a + side + 1], 1), np.stack([a, a + side + 1, a + side], 1)])
+faces = np.stack([a, a + 1, a + side + 1, a, a + side + 1, a + side], axis=1).reshape(-1, 3)
 
 vertices, faces, attributes, report = kelvane.repair_arrays(
     vertices,
@@ -22,5 +22,6 @@ vertices, faces, attributes, report = kelvane.repair_arrays(
     attributes={"quality": np.ones(side * side, dtype=np.float32)},
 )
 print(report)
-off = vertices[:, 2] - 2.0 * np.sin(vertices[:, 0] / 20.0) * np.cos(vertices[:, 1] / 25.0)
-print(f"{len(vertices)} vertices, {len(faces)} faces, at most {np.abs(off).max():.3f} mm off the sheet")
+x, y, z = vertices.T
+off = np.abs(z - 2.0 * np.sin(x / 20.0) * np.cos(y / 25.0)).max()
+print(f"{len(vertices)} vertices, {len(faces)} faces, at most {off:.4f} mm off the sheet")

@@ -43,11 +43,11 @@ def repair_arrays(
 ) -> Tuple[Array, Array, Dict[str, Array], Report]:
     """Removes markers from a scan in memory and closes their places.
 
-    Returns (vertices, faces, attributes, report), of the types that were handed in, in the machine's
-    byte order; the arrays handed in stay as they are and must not be changed by other threads meanwhile. Rows that the
-    repair leaves alone keep their bits (doubles too) and their order and come first; new ones
-    follow. The work is done in single precision: scans far from the origin lose there what float32
-    cannot hold.
+    Returns (vertices, faces, attributes, report), of the types that were handed in, in the
+    machine's byte order. The arrays handed in stay as they are; no other thread may change them
+    meanwhile. Rows that the repair leaves alone keep their bits (doubles too) and their order and
+    come first; new ones follow. The work is done in single precision: on scans far from the origin
+    new vertices lose what float32 cannot hold.
 
     vertices: (n, 3) float32 or float64, in any unit of length.
     faces: (m, 3) int32 or int64, indices into vertices, anticlockwise from outside.
@@ -106,11 +106,13 @@ def _rows_of_three(name: str, values: npt.ArrayLike, types: Tuple[type, type]) -
 def _carried(name: str, column: Array, points: Array) -> Array:
     """An attribute as the module takes it."""
     if column.dtype.kind not in "biuf" or column.dtype.itemsize > 8:
-        raise _kelvane.InputError(f"attribute '{name}': no numbers that are known here: {column.dtype}")
+        raise _kelvane.InputError(
+            f"attribute '{name}': no numbers that are known here: {column.dtype}"
+        )
     if column.ndim not in (1, 2) or len(column) != len(points) or column.shape[1:] == (0,):
         raise _kelvane.InputError(
-            f"attribute '{name}': {len(points)} values or rows of values are wanted, one per vertex, "
-            f"not the shape {column.shape}"
+            f"attribute '{name}': {len(points)} values or rows of values are wanted, one per "
+            f"vertex, not the shape {column.shape}"
         )
     native = _native(column)
     return np.ascontiguousarray(column, dtype=_CARRIERS.get(native, native))

@@ -44,6 +44,7 @@ def patch_svg(result: MarkerResult) -> str:
     scale = 0.95 * _HALF / max(np.abs(flat).max(), m.radius)
     plane = np.rint(scale * flat).astype(np.int64)
     sides = np.concatenate([result.patch_faces[:, [k, (k + 1) % 3]] for k in range(3)])
+    circle = f'<circle r="{scale * m.radius:.0f}" fill="none" stroke="#d33" '
     edges, uses = np.unique(np.sort(sides, axis=1), axis=0, return_counts=True)
     return (
         f'<svg viewBox="{-_HALF} {-_HALF} {2 * _HALF} {2 * _HALF}" width="120" height="120" '
@@ -51,7 +52,8 @@ def patch_svg(result: MarkerResult) -> str:
         f"<title>patch of marker {result.number}</title>"
         + _path(plane, edges[uses > 1], 'stroke-width="0.7" opacity="0.6"')
         + _path(plane, edges[uses == 1], 'stroke-width="2.5"')
-        + f'<circle r="{scale * m.radius:.0f}" fill="none" stroke="#d33" stroke-dasharray="4 3"/></svg>'
+        + circle
+        + 'stroke-dasharray="4 3"/></svg>'
     )
 
 

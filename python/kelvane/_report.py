@@ -109,7 +109,7 @@ class Report(Sequence[MarkerResult]):
 
     def __str__(self) -> str:
         rows = [
-            f"{r.number:6d}  {r.border_vertices:6d}  {r.new_vertices:8d}  {r.new_faces:5d}  {r.words}"
+            f"{r.number:6}  {r.border_vertices:6}  {r.new_vertices:8}  {r.new_faces:5}  {r.words}"
             for r in self
         ]
         return "\n".join(["marker  border  vertices  faces  outcome", *rows, self._summary()])
