@@ -42,7 +42,7 @@ bool same(const RepairReport& a, const RepairReport& b) {
     const auto equal = [](const MarkerReport& m, const MarkerReport& n) {
         return m.outcome == n.outcome && m.border_vertices == n.border_vertices &&
                m.new_vertices == n.new_vertices && m.new_faces == n.new_faces &&
-               m.search == n.search && m.body.faces == n.body.faces;
+               m.search == n.search && m.body.faces == n.body.faces && m.rim == n.rim;
     };
     return std::equal(a.markers.begin(), a.markers.end(), b.markers.begin(), b.markers.end(),
                       equal) &&

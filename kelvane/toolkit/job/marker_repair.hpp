@@ -94,18 +94,20 @@ struct MarkerReport {
     int new_vertices = 0;                              ///< of its patch
     int new_faces = 0;                                 ///< of its patch
     /// Where its patch begins among all new vertices and faces, which come last in the repaired
-    /// scan; -1 where the scan has no patch of the marker's own, and after repair_mesh().
+    /// scan; -1 where the scan has no patch of the marker's own, and after repair_mesh(). New
+    /// vertices along the scan's rim come before those of all patches.
     std::int64_t first_new_vertex = -1;
     std::int64_t first_new_face = -1; ///< as `first_new_vertex`
     /// How the patch came to its place, for methods that can do it in several ways, in words.
     std::string placement;
-    std::optional<RimClosing> rim; ///< of a place on the scan's rim
     /// Where no border was found, what stood against the boundary that came nearest, in words.
     std::string search;
     TakenBody body; ///< what was taken beyond the cut
     /// The patch is in the scan as it was filled: the fairing found no solution, or one that is
     /// wild, with a vertex farther from the box around the border than the box's diagonal.
     bool unfaired = false;
+    /// How a closed place on the scan's rim was closed there; none inside the scan.
+    std::optional<RimClosing> rim = std::nullopt;
 };
 
 /// The time that a stage took.

@@ -41,7 +41,7 @@ class MeshRun {
     const RunNotes& notes() const;
     /// What became of the markers' bodies, one per marker; none if they were not looked for.
     const std::vector<BodyRemoval>& removals() const { return removals_; }
-    /// Per hole, its border in walking order.
+    /// Per hole, its border in walking order, new vertices on the rim last.
     const std::vector<std::vector<_vert*>>& borders() const;
     /// One report per marker.
     std::vector<MarkerReport> reports() const;

@@ -24,6 +24,6 @@ struct RimCurve {
 
 /// Fits one smooth curve to both sides and samples it in the gap. It passes through the gap's ends
 /// and averages the noise of all other points. Lengths in the points' unit; any unit will do.
-RimCurve continue_rim(const RimSide& from, const RimSide& to);
+KELVANE_EXPORT RimCurve continue_rim(const RimSide& from, const RimSide& to);
 
 } // namespace KVN::toolkit

@@ -81,15 +81,19 @@ class SpliceMaker {
     }
     std::int64_t new_faces() const { return static_cast<std::int64_t>(splice_.faces.size()); }
 
-    /// The patch of one hole.
+    /// The new vertices on the rim that one hole got before it was filled.
+    void add_rim(const HoleNote& hole, const std::vector<_vert*>& border) {
+        const PatchOrigins origins(border, hole.rim_vertices);
+        for (std::int32_t i = 0; i < hole.rim_vertices; ++i) {
+            const _vert* v = *(border.end() - hole.rim_vertices + i);
+            add_vertex(*v, v->index, origins.of_rim_vertex(i));
+        }
+    }
+
+    /// The patch of one hole. All rims come before, as in the store.
     void add_patch(const HoleNote& hole, const std::vector<_vert*>& border) {
         PatchOrigins origins(border, hole.rim_vertices);
         origins.list_faces([&](const _face* face) { return stays(face); });
-        for (std::int32_t i = 0; i < hole.rim_vertices; ++i) {
-            const _vert* v =
-                border[border.size() - static_cast<std::size_t>(hole.rim_vertices - i)];
-            add_vertex(*v, v->index, origins.of_rim_vertex(i));
-        }
         for (std::int32_t i = 0; i < hole.new_vertices; ++i) {
             const _vert& v = mesh_.vertices.at(hole.first_vertex + i);
             add_vertex(v, hole.first_vertex + i, origins.of_vertex(v.pos));
@@ -247,6 +251,9 @@ Splice make_splice(const FinishedRun& finished, bool leave_open,
         }
     }
     maker.list_what_goes();
+    for (const std::size_t h : closed) {
+        maker.add_rim(notes.holes[h], finished.run.borders()[h]);
+    }
     for (const std::size_t h : closed) {
         MarkerReport& report = reports[static_cast<std::size_t>(notes.holes[h].marker)];
         report.first_new_vertex = maker.new_vertices();

@@ -2,6 +2,7 @@
 
 #include "kelvane/kernel/record_words.hpp"
 #include "kelvane/toolkit/bodies/marker_cylinder.hpp"
+#include "kelvane/toolkit/rims/rim_curve.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -20,6 +21,8 @@ constexpr double least_patience = 20.0;
 // Edges by which a walk may go beyond that: up to three that its start is moved on, one after the
 // patience is spent, one from the region to the first.
 constexpr int beyond_patience = 5;
+static_assert(rim_edges_learnt < static_cast<int>(least_patience),
+              "the rim beside a chain is read after the search and lies within its walks");
 
 bool is_boundary(const _edge* e) {
     return e->faceCount == 1;
