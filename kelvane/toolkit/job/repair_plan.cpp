@@ -7,6 +7,7 @@
 #include "kelvane/toolkit/job/run_access.hpp"
 #include "kelvane/toolkit/job/team_size.hpp"
 #include "kelvane/toolkit/job/working_scale.hpp"
+#include "kelvane/toolkit/page/page_gathering.hpp"
 #include "kelvane/toolkit/windows/reach.hpp"
 #include "kelvane/toolkit/windows/splice_making.hpp"
 #include "kelvane/toolkit/windows/window.hpp"
@@ -20,6 +21,8 @@ namespace KVN::toolkit {
 
 namespace {
 
+// Wide enough for the views of a page, which are cropped at three radii.
+constexpr double radii_beyond_for_page = 2.0;
 constexpr int most_rounds = 8;        // before the whole mesh is taken
 constexpr double edges_beyond = 12.0; // around vertices that a round lacked
 // Around its border high and low copy three or four rings of surface.
@@ -158,7 +161,13 @@ class Rounds {
         }
         report_.markers = run.reports();
         report_.warnings = warnings(run.notes());
-        return make_splice({window, mesh, face_of, run}, options_.leave_open, report_.markers);
+        Splice splice =
+            make_splice({window, mesh, face_of, run}, options_.leave_open, report_.markers);
+        if (options_.page != nullptr) {
+            gather_page({window, splice, markers_, report_.markers, run.marker_size()},
+                        *options_.page);
+        }
+        return splice;
     }
 
     /// A round whose further cylinders have all been held by its window is a good one.
@@ -199,9 +208,16 @@ Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
     const std::vector<Marker> working_markers = scaled(markers, scale);
     const RepairOptions working_options = scaled(options, scale);
     Rounds rounds(working, working_markers, working_options, report, clock);
-    Splice splice = rounds.finish(margin * scale, tuning);
+    WindowTuning wide = tuning;
+    if (options.page != nullptr) {
+        wide.radii_beyond = std::max(wide.radii_beyond, radii_beyond_for_page);
+    }
+    Splice splice = rounds.finish(margin * scale, wide);
     scale_back(splice, scale);
     scale_back(report, scale);
+    if (options.page != nullptr) {
+        scale_back(*options.page, scale);
+    }
     if (notes != nullptr) {
         *notes = rounds.notes();
     }

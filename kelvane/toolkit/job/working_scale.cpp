@@ -73,6 +73,20 @@ void scale_back(RepairReport& report, double scale) {
     }
 }
 
+void scale_back(RepairPage& page, double scale) {
+    for (std::optional<PlaceFigures>& figures : page.figures) {
+        if (figures) {
+            figures->distance /= scale;
+        }
+    }
+    for (PlaceView& place : page.views) {
+        multiply(place.view.origin.data(), place.view.origin.size(), 1.0 / scale);
+        for (float* length : {&place.view.radius, &place.view.step, &place.view.farthest}) {
+            multiply(length, 1, 1.0 / scale);
+        }
+    }
+}
+
 void scale_back(Splice& splice, double scale) {
     multiply(splice.positions.data(), splice.positions.size(), 1.0 / scale);
 }

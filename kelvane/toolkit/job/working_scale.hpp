@@ -9,6 +9,7 @@
 
 #include "kelvane/export.hpp"
 #include "kelvane/toolkit/job/marker_repair.hpp"
+#include "kelvane/toolkit/page/repair_page.hpp"
 #include "kelvane/toolkit/scan/splice.hpp"
 #include "kelvane/toolkit/windows/surface.hpp"
 
@@ -25,8 +26,10 @@ KELVANE_EXPORT double working_scale(const std::vector<Marker>& markers);
 std::vector<Marker> scaled(std::vector<Marker> markers, double scale);
 RepairOptions scaled(RepairOptions options, double scale);
 
-/// Lengths of a report and new positions of a splice, from the working unit back to the scan's.
+/// Lengths of a report and a page and new positions of a splice, from the working unit back to the
+/// scan's.
 void scale_back(RepairReport& report, double scale);
+void scale_back(RepairPage& page, double scale);
 void scale_back(Splice& splice, double scale);
 
 /// A surface times `scale`; it must outlive the object.
