@@ -4,12 +4,14 @@
 
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/job/marker_files.hpp"
+#include "kelvane/toolkit/page/repair_page.hpp"
 #include "kelvane/toolkit/report/report_json.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
 #include "kelvane/toolkit/text_file.hpp"
 
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace kelvane_command {
 
@@ -34,20 +36,25 @@ void add_repair_arguments(CLI::App& command, RepairArguments& arguments) {
     command.add_option("--threads", arguments.options.threads, "Threads; 0 for all processors")
         ->check(CLI::NonNegativeNumber);
     command.add_option("--report", arguments.report, "Write the report to this JSON file");
+    add_page_options(command, arguments.page, arguments.page_views);
 }
 
 void check_outputs(const RepairArguments& arguments) {
     check_scan_output(arguments.output);
-    if (arguments.report.empty()) {
-        return;
-    }
-    check_output(arguments.report);
-    const fs::path report = fs::weakly_canonical(arguments.report);
-    for (const std::string& other : {arguments.scan, arguments.markers, arguments.output}) {
-        if (!other.empty() && report == fs::weakly_canonical(other)) {
-            throw InputError(arguments.report +
-                             ": the report would overwrite another file of the run");
+    std::vector<std::string> others = {arguments.scan, arguments.markers, arguments.output};
+    for (const auto& [name, file] :
+         {std::pair("report", arguments.report), std::pair("page", arguments.page)}) {
+        if (file.empty()) {
+            continue;
         }
+        check_output(file);
+        for (const std::string& other : others) {
+            if (!other.empty() && fs::weakly_canonical(file) == fs::weakly_canonical(other)) {
+                throw InputError(file + ": the " + name +
+                                 " would overwrite another file of the run");
+            }
+        }
+        others.push_back(file);
     }
 }
 
@@ -68,10 +75,18 @@ RepairRun run_repair(const RepairArguments& arguments, Progress& progress) {
     const std::unique_ptr<OpenScan> scan = open_scan(arguments.scan);
     RepairRun run;
     run.markers = markers_for(arguments, *scan);
-    run.report = repair_file(*scan, run.markers, arguments.options, arguments.output, &progress);
-    run.json = to_json(run.report, run.markers, arguments.options);
+    RepairPage page;
+    page.most_views = arguments.page_views;
+    RepairOptions options = arguments.options;
+    options.page = arguments.page.empty() ? nullptr : &page;
+    run.report = repair_file(*scan, run.markers, options, arguments.output, &progress);
+    run.json = to_json(run.report, run.markers, options);
     if (!arguments.report.empty()) {
         write_text(arguments.report, run.json);
+    }
+    if (!arguments.page.empty()) {
+        write_page(arguments.page, page, run.report, run.markers,
+                   fs::path(arguments.scan).filename().string());
     }
     return run;
 }

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,8 @@ struct RepairArguments {
     KVN::toolkit::FindOptions find_options;
     std::string output;
     std::string report;
+    std::string page;
+    std::size_t page_views = 25;
     KVN::toolkit::RepairOptions options;
 };
 

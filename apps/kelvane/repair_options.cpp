@@ -1,5 +1,7 @@
 #include "repair_options.hpp"
 
+#include <cstdint>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -34,6 +36,16 @@ void add_cut_options(CLI::App& command, RepairOptions& options) {
         }
     };
     command.add_option_function<std::string>("--method", choose, help)->check(CLI::IsMember(names));
+}
+
+void add_page_options(CLI::App& command, std::string& page, std::size_t& most_views) {
+    CLI::Option* file =
+        command.add_option("--page", page, "Write a page to look at the places to this HTML file");
+    command
+        .add_option("--page-markers", most_views,
+                    "So many markers, the worst, get a view there, or all (25)")
+        ->transform(CLI::Transformer(std::map<std::string, std::size_t>{{"all", SIZE_MAX}}))
+        ->needs(file);
 }
 
 } // namespace kelvane_command

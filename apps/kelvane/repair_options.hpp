@@ -5,9 +5,15 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstddef>
+#include <string>
+
 namespace kelvane_command {
 
 /// How markers are cut and closed: --marker-size, --size-adjustable, --resolution, --method.
 void add_cut_options(CLI::App& command, KVN::toolkit::RepairOptions& options);
+
+/// --page, and --page-markers, a number or "all".
+void add_page_options(CLI::App& command, std::string& page, std::size_t& most_views);
 
 } // namespace kelvane_command

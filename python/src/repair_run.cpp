@@ -5,6 +5,7 @@
 #include "kelvane/toolkit/job/repair_plan.hpp"
 #include "kelvane/toolkit/report/report_json.hpp"
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
@@ -19,24 +20,22 @@ Patch patch_of(const MarkerReport& marker, const Surface& surface, const Splice&
     if (marker.first_new_face < 0) {
         return patch;
     }
-    const auto first = static_cast<std::ptrdiff_t>(3 * marker.first_new_vertex);
-    patch.points.assign(splice.positions.begin() + first,
-                        splice.positions.begin() + first + 3 * marker.new_vertices);
-    const auto first_vertex = static_cast<std::uint64_t>(marker.first_new_vertex);
-    std::map<std::uint64_t, std::int32_t> border; // a scan's vertex -> the patch's
+    std::map<std::uint64_t, std::int32_t> places; // a vertex of the repaired scan -> the patch's
     for (int f = 0; f < marker.new_faces; ++f) {
         for (const std::uint64_t corner :
              splice.faces[static_cast<std::size_t>(marker.first_new_face + f)]) {
-            if (corner >= surface.vertex_count()) {
-                patch.faces.push_back(
-                    static_cast<std::int32_t>(corner - surface.vertex_count() - first_vertex));
-                continue;
-            }
             const auto [known, is_new] =
-                border.emplace(corner, static_cast<std::int32_t>(patch.points.size() / 3));
+                places.emplace(corner, static_cast<std::int32_t>(patch.points.size() / 3));
             if (is_new) {
                 patch.points.resize(patch.points.size() + 3);
-                surface.positions_into(corner, 1, &*patch.points.end() - 3);
+                float* const place = &*patch.points.end() - 3;
+                if (corner < surface.vertex_count()) {
+                    surface.positions_into(corner, 1, place);
+                } else {
+                    const std::uint64_t at = 3 * (corner - surface.vertex_count());
+                    std::copy_n(splice.positions.begin() + static_cast<std::ptrdiff_t>(at), 3,
+                                place);
+                }
             }
             patch.faces.push_back(known->second);
         }
