@@ -2,6 +2,7 @@
 
 #include "kelvane/toolkit/scan/formats/source_file.hpp"
 #include "kelvane/toolkit/scan/formats/text_lines.hpp"
+#include "kelvane/toolkit/standard_stream.hpp"
 
 #include <algorithm>
 #include <map>
@@ -104,6 +105,11 @@ BatchJob read_job(const TextLines& lines, const std::vector<std::string>& names)
     }
     if (job.scan.empty() || job.output.empty()) {
         lines.fail(job.scan.empty() ? "names no scan" : "names no output");
+    }
+    const auto files = job.outputs();
+    if (is_standard_stream(job.scan) || is_standard_stream(job.markers) ||
+        std::any_of(files.begin(), files.end(), is_standard_stream)) {
+        lines.fail("names a standard stream, which jobs cannot share");
     }
     return job;
 }

@@ -8,6 +8,8 @@
 
 namespace KVN::toolkit {
 
+/// The name "-" stands for standard input, or standard output, as PLY.
+///
 /// Reads a scan. open_scan() reads the same files piece by piece and carries through what arrays
 /// cannot hold.
 ///

@@ -1,6 +1,7 @@
 #include "kelvane/toolkit/scan/formats/file_reader.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/standard_stream.hpp"
 
 #include <algorithm>
 #include <cerrno>
@@ -14,7 +15,7 @@ namespace KVN::toolkit {
 
 FileReader::FileReader(const std::filesystem::path& file) : path_(file) {
     struct stat state {};
-    if (::stat(file.c_str(), &state) != 0 || !S_ISREG(state.st_mode)) {
+    if (is_standard_stream(file) || ::stat(file.c_str(), &state) != 0 || !S_ISREG(state.st_mode)) {
         bytes_ = load_source(file).bytes; // which also says what is wrong with the file
         size_ = bytes_.size();
         return;

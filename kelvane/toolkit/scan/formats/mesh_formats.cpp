@@ -2,6 +2,7 @@
 
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/scan/formats/source_file.hpp"
+#include "kelvane/toolkit/standard_stream.hpp"
 
 #include <algorithm>
 #include <numeric>
@@ -26,7 +27,7 @@ void require_faces(const std::filesystem::path& file, std::uint64_t faces) {
 }
 
 const ScanFormat& scan_format(const std::filesystem::path& file) {
-    const std::string extension = lower_extension(file);
+    const std::string extension = is_standard_stream(file) ? ".ply" : lower_extension(file);
     for (const ScanFormat& format : formats) {
         if (extension == format.extension) {
             return format;

@@ -2,6 +2,7 @@
 
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/scan/formats/temporary_file.hpp"
+#include "kelvane/toolkit/standard_stream.hpp"
 
 #include <cerrno>
 #include <cstring>
@@ -48,6 +49,14 @@ void take_over(int descriptor, const struct stat& state) {
 OutputFile::OutputFile(const std::filesystem::path& target)
     : name_(target.string()), target_(resolved(target)) {
     buffer_.reserve(buffer_size); // here, since nothing may throw once the file is there
+    if (is_standard_stream(target)) {
+        name_ = "standard output";
+        descriptor_ = ::dup(STDOUT_FILENO);
+        if (descriptor_ < 0) {
+            refuse(errno);
+        }
+        return;
+    }
     std::error_code unreadable;
     if (std::filesystem::is_symlink(target_, unreadable)) {
         refuse(ELOOP);

@@ -15,6 +15,7 @@ namespace KVN::toolkit {
 /// a file that is not there yet; a new file has the owner and mode of the one that it replaces
 /// where the system allows. A target that is a device or pipe is written to directly and never
 /// removed. Every failure is a SystemError, a target that is a directory an InputError.
+/// Standard output is written to by its name.
 class KELVANE_EXPORT OutputFile {
   public:
     explicit OutputFile(const std::filesystem::path& target);

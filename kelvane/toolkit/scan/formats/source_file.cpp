@@ -1,6 +1,7 @@
 #include "kelvane/toolkit/scan/formats/source_file.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/standard_stream.hpp"
 
 #include <cctype>
 #include <cerrno>
@@ -58,8 +59,10 @@ void SourceFile::fail(const std::string& what) const {
 }
 
 SourceFile load_source(const std::filesystem::path& file) {
-    SourceFile source{file.string(), {}};
-    const Descriptor in(::open(file.c_str(), O_RDONLY | O_CLOEXEC));
+    const bool standard = is_standard_stream(file);
+    SourceFile source{standard ? "standard input" : file.string(), {}};
+    const Descriptor in(standard ? ::dup(STDIN_FILENO)
+                                 : ::open(file.c_str(), O_RDONLY | O_CLOEXEC));
     struct stat state {};
     if (in.number < 0 || ::fstat(in.number, &state) != 0) {
         refuse(source.name, errno);

@@ -14,7 +14,7 @@ struct SourceFile {
     [[noreturn]] void fail(const std::string& what) const;
 };
 
-/// Reads a file, pipe or device to its end. Throws InputError if it is missing, a directory or
+/// Reads a file, pipe or device to its end, or standard input by its name. Throws InputError if it is missing, a directory or
 /// empty, SystemError if the system refuses.
 SourceFile load_source(const std::filesystem::path& file);
 
