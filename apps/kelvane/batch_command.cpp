@@ -190,6 +190,7 @@ void add_batch(CLI::App& app, int& status) {
                         "Folder for reports and what is done (JOBS.batch beside the list)");
     command->add_flag("--quiet", arguments->quiet, "No progress and no summary");
     command->add_flag("--strict", arguments->strict, "End with 1 if a marker is left unrepaired");
+    command->footer("\nExample:\n  kelvane batch jobs.csv --memory 8GB");
     command->callback([arguments, &status] { status = batch(*arguments); });
 }
 

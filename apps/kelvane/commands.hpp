@@ -6,6 +6,11 @@
 
 namespace kelvane_command {
 
+// What the help puts together, behind the options that everybody needs.
+constexpr const char* group_places = "Marker places";
+constexpr const char* group_finding = "Finding markers";
+constexpr const char* group_machine = "Machine";
+
 void add_repair(CLI::App& app, int& status);
 void add_batch(CLI::App& app, int& status);
 void add_cut(CLI::App& app);

@@ -2,6 +2,7 @@
 
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/scan/formats/temporary_file.hpp"
+#include "kelvane/toolkit/standard_stream.hpp"
 
 #include <array>
 #include <atomic>
@@ -65,6 +66,20 @@ void print_result(const std::string& text) {
     std::cout << text << std::flush;
     if (!std::cout) {
         throw KVN::toolkit::SystemError("standard output: cannot be written");
+    }
+}
+
+void print_beside(const std::string& output, const std::string& text) {
+    if (KVN::toolkit::is_standard_stream(output)) {
+        std::cerr << text << std::flush;
+    } else {
+        print_result(text);
+    }
+}
+
+void check_one_result(const std::string& output, bool json) {
+    if (json && KVN::toolkit::is_standard_stream(output)) {
+        throw KVN::toolkit::InputError("--json and --output - both want standard output");
     }
 }
 

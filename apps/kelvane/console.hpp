@@ -18,6 +18,13 @@ void guard_process();
 /// Writes a result and flushes. Throws SystemError if standard output takes no more.
 void print_result(const std::string& text);
 
+/// As print_result(), but to standard error if the mesh or list of the run, `output`, is on
+/// standard output.
+void print_beside(const std::string& output, const std::string& text);
+
+/// Throws InputError if a run's JSON and its `output` both want standard output.
+void check_one_result(const std::string& output, bool json);
+
 /// Writes "kelvane: " and `message` as one line, control characters replaced.
 void print_error(const std::string& message);
 

@@ -46,6 +46,8 @@ void add_explain(CLI::App& app) {
     command->add_option("--output", arguments->output, "Folder for the lines and the page of text")
         ->required();
     add_cut_options(*command, arguments->options);
+    command->footer(
+        "\nExample:\n  kelvane explain scan.ply --markers markers.csv --marker 7 --output why");
     command->callback([arguments] { explain(*arguments); });
 }
 

@@ -44,7 +44,7 @@ void find(const Arguments& arguments) {
     const std::vector<FoundMarker> found =
         arguments.holes ? find_holes(scan, arguments.find) : find_colour(scan, arguments.find);
     write_markers(arguments.output, markers_of(found));
-    print_result(table(found));
+    print_beside(arguments.output, table(found));
     const FindOptions& f = arguments.find;
     if (arguments.holes && !f.radius && !f.radius_min && !f.radius_max) {
         print_notes({"no radius was given: bores and other round holes of the part are in the "
@@ -63,6 +63,7 @@ void add_find(CLI::App& app) {
     command->add_flag("--colour", arguments->colour, "Markers painted on the vertices");
     add_find_options(*command, arguments->find);
     command->add_option("--output", arguments->output, "Marker list, as CSV")->required();
+    command->footer("\nExample:\n  kelvane find scan.ply --holes --radius 5 --output markers.csv");
     command->callback([arguments] { find(*arguments); });
 }
 

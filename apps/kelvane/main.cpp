@@ -25,6 +25,9 @@ int run(int argc, char** argv) {
     CLI::App app{"Removes circular reference markers from triangulated scan meshes.", "kelvane"};
     app.set_version_flag("--version", "kelvane " KELVANE_VERSION);
     app.require_subcommand(1);
+    app.footer("\nExample:\n  kelvane demo trial && cd trial\n"
+               "  kelvane repair scan.ply --markers markers.csv --output clean.ply\n\n"
+               "kelvane SUBCOMMAND --help tells the options of each.");
     kelvane_command::add_repair(app, status);
     kelvane_command::add_batch(app, status);
     kelvane_command::add_cut(app);

@@ -1,5 +1,6 @@
 #include "repair_job.hpp"
 
+#include "commands.hpp"
 #include "repair_options.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
@@ -19,27 +20,36 @@ using namespace KVN::toolkit;
 namespace fs = std::filesystem;
 
 void add_repair_arguments(CLI::App& command, RepairArguments& arguments) {
-    command.add_option("scan", arguments.scan, "Scan: .ply, .stl, .obj or .off")->required();
+    command.add_option("scan", arguments.scan, "Scan: .ply, .stl, .obj or .off; - for PLY")
+        ->required();
     command.add_option("--markers", arguments.markers, "x,y,z,nx,ny,nz,radius as CSV or JSON");
+    command.add_option("--output", arguments.output, "Repaired scan; may be the scan itself");
+    command.add_option("--report", arguments.report, "Write the report to this JSON file");
+    add_page_options(command, arguments.page, arguments.page_views);
+    add_cut_options(command, arguments.options);
+    command
+        .add_flag("--leave-open", arguments.options.leave_open,
+                  "Leave the cut of a marker that cannot be repaired open")
+        ->group(group_places);
     command
         .add_option("--find", arguments.find,
                     "In place of a list: round holes, or markers seen in vertex colours")
-        ->check(CLI::IsMember({"holes", "colour"}));
+        ->check(CLI::IsMember({"holes", "colour"}))
+        ->group(group_finding);
     add_find_options(command, arguments.find_options);
-    command.add_option("--output", arguments.output, "Repaired scan; may be the scan itself")
-        ->required();
-    add_cut_options(command, arguments.options);
-    command.add_flag("--leave-open", arguments.options.leave_open,
-                     "Leave the cut of a marker that cannot be repaired open");
-    command.add_flag("--whole-mesh", arguments.options.whole_mesh,
-                     "Make a mesh of the whole scan; the same result, slower");
+    command
+        .add_flag("--whole-mesh", arguments.options.whole_mesh,
+                  "Make a mesh of the whole scan; the same result, slower")
+        ->group(group_machine);
     command.add_option("--threads", arguments.options.threads, "Threads; 0 for all processors")
-        ->check(CLI::NonNegativeNumber);
-    command.add_option("--report", arguments.report, "Write the report to this JSON file");
-    add_page_options(command, arguments.page, arguments.page_views);
+        ->check(CLI::NonNegativeNumber)
+        ->group(group_machine);
 }
 
 void check_outputs(const RepairArguments& arguments) {
+    if (arguments.output.empty()) {
+        throw InputError("repair wants --output");
+    }
     check_scan_output(arguments.output);
     std::vector<std::string> others = {arguments.scan, arguments.markers, arguments.output};
     for (const auto& [name, file] :

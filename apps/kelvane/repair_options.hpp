@@ -15,5 +15,7 @@ void add_cut_options(CLI::App& command, KVN::toolkit::RepairOptions& options);
 
 /// --page, and --page-markers, a number or "all".
 void add_page_options(CLI::App& command, std::string& page, std::size_t& most_views);
+/// What to say of a marker size that nobody gave.
+std::string note_on_size(double marker_size);
 
 } // namespace kelvane_command

@@ -1,6 +1,7 @@
 // cut, info, demo and compare.
 #include "commands.hpp"
 #include "console.hpp"
+#include "repair_options.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/job/block_cut.hpp"
@@ -36,6 +37,7 @@ struct Arguments {
 };
 
 void cut(const Arguments& arguments) {
+    check_one_result(arguments.output, arguments.json);
     check_scan_output(arguments.output);
     const std::unique_ptr<OpenScan> scan = open_scan(arguments.scan);
     const std::vector<Block> blocks = read_blocks(arguments.second);
@@ -53,7 +55,7 @@ void cut(const Arguments& arguments) {
     if (!dropped.empty()) {
         text << "faces dropped: " << dropped << '\n';
     }
-    print_result(text.str());
+    print_beside(arguments.output, text.str());
 }
 
 void info(const Arguments& arguments) {
@@ -98,7 +100,11 @@ void compare(const Arguments& arguments) {
     const Scan scan = read_scan(arguments.scan);
     const Scan truth = read_scan(arguments.output);
     const std::vector<KVN::Marker> markers = read_markers(arguments.second);
-    const auto deviations = marker_deviations(scan, truth, markers, arguments.marker_size);
+    const double margin = arguments.marker_size.value_or(2.0 * mean_edge_length(truth));
+    if (!arguments.marker_size) {
+        print_notes({note_on_size(margin)});
+    }
+    const auto deviations = marker_deviations(scan, truth, markers, margin);
     if (arguments.json) {
         print_result(to_json(deviations));
         return;
@@ -135,6 +141,7 @@ void add_cut(CLI::App& app) {
     command->add_option("--output", arguments->output, "Cut scan; may be the scan itself")
         ->required();
     command->add_flag("--json", arguments->json, "Print the report as JSON");
+    command->footer("\nExample:\n  kelvane cut scan.ply --blocks blocks.csv --output cut.ply");
     command->callback([arguments] { cut(*arguments); });
 }
 
@@ -143,6 +150,7 @@ void add_info(CLI::App& app) {
     CLI::App* command = app.add_subcommand("info", "Count and measure a scan");
     command->add_option("scan", arguments->scan, "Scan: .ply, .stl, .obj or .off")->required();
     command->add_flag("--json", arguments->json, "Print JSON");
+    command->footer("\nExample:\n  kelvane info scan.ply --json");
     command->callback([arguments] { info(*arguments); });
 }
 
@@ -155,6 +163,7 @@ void add_demo(CLI::App& app) {
     command->add_flag("--ragged-rim", arguments->demo.ragged_rim, "Faces missing along the rim");
     command->add_flag("--bodies", arguments->bodies,
                       "Raised, painted and cut-out markers in turn instead of stickers");
+    command->footer("\nExample:\n  kelvane demo trial --bodies");
     command->callback([arguments] { demo(*arguments); });
 }
 
@@ -168,6 +177,7 @@ void add_compare(CLI::App& app) {
     command->add_option("--marker-size", arguments->marker_size,
                         "As in the repair (twice the mean edge)");
     command->add_flag("--json", arguments->json, "Print JSON");
+    command->footer("\nExample:\n  kelvane compare clean.ply truth.ply --markers markers.csv");
     command->callback([arguments] { compare(*arguments); });
 }
 
