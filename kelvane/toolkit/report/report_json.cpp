@@ -11,6 +11,9 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
+// Grows when a member of the report changes or goes; docs/report.schema.json describes this one.
+constexpr int report_schema = 1;
+
 /// A number that prints with the fewest digits that tell it from its neighbours of its own type, at
 /// most `digits` for a double.
 Json number(double value, int digits = 6) {
@@ -100,7 +103,8 @@ std::string to_json(const RepairReport& report, const std::vector<Marker>& marke
         seconds[to_string(time.stage)] = number(time.seconds, 3);
     }
     return dump(
-        {{"markers", entries},
+        {{"schema", report_schema},
+         {"markers", entries},
          {"repaired", report.repaired()},
          {"unrepaired", static_cast<int>(report.markers.size()) - report.repaired()},
          {"method", to_string(options.method)},
