@@ -65,6 +65,7 @@ if(TARGET toolkit)
         # What only the sources include.
         PATTERN formats EXCLUDE
         PATTERN windows EXCLUDE
+        PATTERN job_queue.hpp EXCLUDE
         REGEX "bodies/(base_fit|body_removal|marker_cylinder|place_look)\\.hpp" EXCLUDE
         REGEX "find/(boundary_loops|vertex_grid|vertex_normals)\\.hpp" EXCLUDE
         REGEX "job/(mesh_run|output_capture|patch_blame|patch_mending|patch_soundness|repair_plan|run_access|stage_clock|team_size)\\.hpp" EXCLUDE
@@ -76,6 +77,12 @@ if(TARGET toolkit)
 endif()
 if(TARGET kelvane_command)
     install(TARGETS kelvane_command COMPONENT command)
+    install(FILES "${PROJECT_SOURCE_DIR}/apps/kelvane/completion.bash" RENAME kelvane
+        DESTINATION "${CMAKE_INSTALL_DATADIR}/bash-completion/completions" COMPONENT command)
+    if(TARGET man_pages)
+        install(DIRECTORY "${PROJECT_BINARY_DIR}/apps/kelvane/man1"
+            DESTINATION "${CMAKE_INSTALL_MANDIR}" COMPONENT command)
+    endif()
 endif()
 
 # A static library hands its private dependencies on to whoever links it.
