@@ -181,7 +181,7 @@ class KELVANE_EXPORT RepairMarkers {
     std::vector<std::vector<_vert*>> patchVerts; ///< per hole, the vertex of each patch point
     int currentMarker;                           ///< region that BoundaryData is working on
 
-    RunNotes notes; ///< for reports, see run_notes.hpp
+    RunNotes notes; ///< for reports; nothing of the repair reads them
 };
 
 } // namespace KVN

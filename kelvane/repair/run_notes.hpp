@@ -1,5 +1,5 @@
 // What a run notes about itself while it works. Written where things happen, for reports; nothing
-// of the repair reads it back but the number of new vertices on the rim.
+// of the repair reads it back.
 #pragma once
 
 #include "kelvane/holes/border_trace.hpp"

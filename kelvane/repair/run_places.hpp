@@ -29,7 +29,8 @@ struct CutPlace {
 
 /// After the search: every hole has its border and a copy of its surroundings, and nothing has been
 /// filled. Border points may be added: to `borders` and, at the same place, to `points`, with
-/// `boundary_counts`, the indices of `faces` and the holes' `rim_vertices` brought up to date.
+/// `boundary_counts` and the indices of `faces` brought up to date; vertices beyond which there is
+/// no surface are marked on_new_rim.
 struct SearchPlace {
     Mesh& mesh;                                 ///< as the stage left it
     std::vector<std::vector<_vert*>>& borders;  ///< per hole, in walking order

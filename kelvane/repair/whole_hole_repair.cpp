@@ -1,5 +1,6 @@
 // One hole by the heavier operations, which know the surface around it. The result stays in the
 // hole's lists, in the form that insertpatch_7 takes.
+#include "kelvane/kernel/record_marks.hpp"
 #include "kelvane/patch/point_conversion.hpp"
 #include "kelvane/repair/repair_markers.hpp"
 #include "kelvane/triangulator/hole_triangulator.hpp"
@@ -24,11 +25,15 @@ void append(std::vector<double>& flat, const MemS::Point3v<float>& p) {
     flat.push_back(p.z);
 }
 
-// Joins the last `count` vertices of a loop with their neighbours by edges that have no face.
-void add_bare_edges(Mesh& mesh, const std::vector<_vert*>& loop, int count) {
-    const std::size_t size = loop.size();
-    for (std::size_t j = size - static_cast<std::size_t>(count) - 1; count > 0 && j < size; ++j) {
-        mesh.vertices.insert_edge(mesh.edges.insert_edge(loop[j], loop[(j + 1) % size]));
+// Joins the vertices of `loop` that stand for new ones on the rim with their neighbours. No face
+// brings these edges, and an ear wants them.
+void add_rim_edges(const std::vector<_vert*>& border, const std::vector<_vert*>& loop, Mesh& mesh) {
+    const std::size_t size = std::min(border.size(), loop.size());
+    for (std::size_t j = 0; j < size; ++j) {
+        const std::size_t next = (j + 1) % size;
+        if (has_mark(border[j], Mesh_R::on_new_rim) || has_mark(border[next], Mesh_R::on_new_rim)) {
+            mesh.vertices.insert_edge(mesh.edges.insert_edge(loop[j], loop[next]));
+        }
     }
 }
 
@@ -137,10 +142,7 @@ void RepairMarkers::rebuildmesh(Mesh* target, std::vector<_vert*>& borderVerts, 
                             &target->vertices.at(face.t_idx[1]),
                             &target->vertices.at(face.t_idx[2]), normal);
     }
-    // New vertices on the rim have no face to bring the edges that an ear wants.
-    if (i < static_cast<int>(notes.holes.size())) {
-        add_bare_edges(*target, borderVerts, notes.holes[i].rim_vertices);
-    }
+    add_rim_edges(holeBorders[i], borderVerts, *target);
     target->inlin_inalize_mesh();
 }
 

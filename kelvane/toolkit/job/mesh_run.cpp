@@ -135,7 +135,7 @@ void MeshRun::close(int threads, const std::function<void(RunStage)>& stage_begi
     RunPlaces places;
     places.stage_begins = [&](RunStage stage) {
         if (stage == RunStage::done) {
-            drop_unused_rims(borders(), notes());
+            finish_rims(borders(), notes());
             faults_ = look();
         }
         if (stage_begins) {

@@ -1,5 +1,6 @@
 #include "kelvane/toolkit/rims/rim_closing.hpp"
 
+#include "kelvane/kernel/record_marks.hpp"
 #include "kelvane/kernel/record_words.hpp"
 #include "kelvane/toolkit/rims/rim_curve.hpp"
 
@@ -114,6 +115,7 @@ void add_points(SearchPlace& place, std::size_t hole, const std::vector<Vector3d
         MemS::Point3v<float> position(static_cast<float>(p.x()), static_cast<float>(p.y()),
                                       static_cast<float>(p.z()));
         border.push_back(place.mesh.vertices.insert_vert(position));
+        Mesh_R::set_mark(border.back(), Mesh_R::on_new_rim);
         MyPoint3 point;
         point.p[0] = position.x;
         point.p[1] = position.y;
@@ -149,13 +151,15 @@ std::vector<std::optional<RimClosing>> close_rims(SearchPlace& place, bool strai
     return closings;
 }
 
-void drop_unused_rims(const std::vector<std::vector<_vert*>>& borders, const RunNotes& notes) {
+void finish_rims(const std::vector<std::vector<_vert*>>& borders, const RunNotes& notes) {
     for (std::size_t hole = 0; hole < borders.size(); ++hole) {
         const HoleNote& note = notes.holes[hole];
-        if (note.new_faces == 0) {
-            std::for_each(borders[hole].end() - note.rim_vertices, borders[hole].end(),
-                          [](_vert* v) { v->status = Mesh_R::status_deleted; });
-        }
+        std::for_each(borders[hole].end() - note.rim_vertices, borders[hole].end(), [&](_vert* v) {
+            Mesh_R::clear_mark(v, Mesh_R::on_new_rim);
+            if (note.new_faces == 0) {
+                v->status = Mesh_R::status_deleted;
+            }
+        });
     }
 }
 
