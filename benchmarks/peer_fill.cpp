@@ -109,7 +109,12 @@ PeerResult fill_with_peer(const RepairedMesh& cut, const std::vector<HoleBorder>
     PeerMesh mesh = peer_mesh(cut.mesh, result.refused_faces);
     result.build_seconds = watch.seconds();
     for (const HoleBorder& border : borders) {
-        const PeerMesh::Face_index bridge = add_bridge(mesh, border);
+        const bool is_chain = !chain_ends(border).empty();
+        const PeerMesh::Face_index bridge =
+            is_chain ? add_bridge(mesh, border) : PeerMesh::null_face();
+        if (is_chain && bridge == PeerMesh::null_face()) {
+            continue; // else the scan's outline would be filled
+        }
         for (const auto& edge : border) {
             const auto h = border_halfedge(mesh, edge);
             if (h == PeerMesh::null_halfedge()) {
@@ -123,9 +128,9 @@ PeerResult fill_with_peer(const RepairedMesh& cut, const std::vector<HoleBorder>
             pmp::triangulate_and_refine_hole(mesh, h, std::back_inserter(faces),
                                              std::back_inserter(vertices));
             result.refine_seconds += watch.seconds();
-            if (bridge != PeerMesh::null_face()) {
-                CGAL::Euler::remove_face(mesh.halfedge(bridge),
-                                         mesh); // the fairing is not to see it
+            if (is_chain) {
+                // Faired with it, the peer's patches lie half as far again from the truth.
+                CGAL::Euler::remove_face(mesh.halfedge(bridge), mesh);
             }
             const bool fair = pmp::fair(mesh, vertices);
             result.fill_seconds += watch.seconds();

@@ -15,6 +15,7 @@ TEST(ReportJson, SaysWhatTheReportSays) {
     report.markers[0].unfaired = true;
     report.markers[1].outcome = Outcome::no_border_found;
     report.markers[1].body = {2, 4, 1, 300, -8.0};
+    report.markers[0].rim = RimClosing::few_edges;
     report.loaded.duplicate = 2;
     report.short_faces = 1;
     report.times = {{Stage::build, 0.123456789}, {Stage::fill, 0.25}};
@@ -34,6 +35,9 @@ TEST(ReportJson, SaysWhatTheReportSays) {
     EXPECT_FALSE(json["markers"][0].contains("body"));
     EXPECT_EQ(json["markers"][0]["fairing"], "not_taken");
     EXPECT_FALSE(json["markers"][1].contains("fairing"));
+    EXPECT_EQ(json["markers"][0]["rim"], "straight");
+    EXPECT_EQ(json["markers"][0]["rim_reason"], "too little rim beside the cut");
+    EXPECT_FALSE(json["markers"][1].contains("rim"));
     EXPECT_EQ(json["repaired"], 1);
     EXPECT_EQ(json["unrepaired"], 1);
     EXPECT_EQ(json["refused_faces"]["duplicate"], 2);

@@ -1,6 +1,7 @@
 // Markers cut by the rim of a scan: the curve through the gap, and whole repairs with it.
 #include "kelvane/kernel/mesh_check.hpp"
 #include "kelvane/toolkit/job/marker_repair.hpp"
+#include "kelvane/toolkit/job/repair_plan.hpp"
 #include "kelvane/toolkit/measure/scan_info.hpp"
 #include "kelvane/toolkit/rims/rim_curve.hpp"
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
@@ -75,6 +76,17 @@ Scan sheet_below(const Curve& rim, int half_width, int rows) {
     return scan;
 }
 
+KVN::Marker marker_at(const Curve& rim) {
+    const Vector3d top = rim(0.0);
+    return {static_cast<float>(top.x()),
+            static_cast<float>(top.y() - 2.0),
+            static_cast<float>(top.z()),
+            0.0F,
+            0.0F,
+            1.0F,
+            3.0F};
+}
+
 } // namespace
 
 TEST(Rims, FollowTheCurveOfBothSides) {
@@ -133,13 +145,7 @@ TEST(Rims, AreClosedByEveryMethod) {
     for (const Case& c : cases) {
         const Scan scan = sheet_below(c.rim, 24, 16);
         const Vector3d top = c.rim(0.0);
-        const KVN::Marker marker{static_cast<float>(top.x()),
-                                 static_cast<float>(top.y() - 2.0),
-                                 static_cast<float>(top.z()),
-                                 0.0F,
-                                 0.0F,
-                                 1.0F,
-                                 3.0F};
+        const KVN::Marker marker = marker_at(c.rim);
         for (const MethodInfo& method : methods()) {
             SCOPED_TRACE(std::string(c.name) + ", " + method.name);
             RepairOptions options;
@@ -168,5 +174,26 @@ TEST(Rims, AreClosedByEveryMethod) {
             }
             EXPECT_EQ(farthest < 0.06, c.closing == RimClosing::curved) << farthest;
         }
+    }
+}
+
+// A property that grows like a coordinate comes out as the coordinate, along the rim and inside.
+TEST(Rims, HandPropertiesOn) {
+    const Curve rim = circle(40);
+    const Scan scan = sheet_below(rim, 24, 16);
+    RepairOptions options;
+    options.marker_size = 0.5;
+    RepairReport report;
+    StageClock clock(report, nullptr, false);
+    const Splice splice = plan_repair(ScanSurface(scan), {marker_at(rim)}, options, report, clock);
+    ASSERT_EQ(splice.new_vertex_count(), static_cast<std::size_t>(report.markers[0].new_vertices));
+    for (std::size_t v = 0; v < splice.new_vertex_count(); ++v) {
+        double x = 0.0;
+        for (std::uint32_t k = splice.origin_begin[v]; k < splice.origin_begin[v + 1]; ++k) {
+            ASSERT_LT(splice.origin_vertex[k], scan.vertex_count());
+            x += static_cast<double>(splice.origin_weight[k]) *
+                 static_cast<double>(scan.positions[3 * std::size_t{splice.origin_vertex[k]}]);
+        }
+        EXPECT_NEAR(x, static_cast<double>(splice.positions[3 * v]), 0.05);
     }
 }
