@@ -216,6 +216,7 @@ kills() {
 memory() {
     for limit in $limits; do
         fresh
+        # shellcheck disable=SC2016
         run_in=(bash -c 'ulimit -v "$0"; exec "$@"' "$limit")
         repair
         run_in=()

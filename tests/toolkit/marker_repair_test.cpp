@@ -10,6 +10,8 @@
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
 #include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
 
+#include <omp.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -193,6 +195,19 @@ TEST(MarkerRepair, MarkersWithinOneAnotherShareAHole) {
                                 [](const MarkerReport& m) { return m.new_faces > 0; }),
                   1);
     }
+}
+
+TEST(MarkerRepair, TakesNoMoreThreadsThanCanHaveWork) {
+    const int useful = std::max(omp_get_num_procs(), static_cast<int>(panel().markers.size()));
+    const int default_threads = omp_get_max_threads();
+    omp_set_num_threads(100000); // as the environment may
+    for (const int threads : {0, 100000}) {
+        RepairOptions options;
+        options.threads = threads;
+        Scan scan = panel().marked;
+        EXPECT_EQ(repair_scan(scan, panel().markers, options).threads, useful);
+    }
+    omp_set_num_threads(default_threads);
 }
 
 TEST(MarkerRepair, WarnsOfCoarseCoordinates) {

@@ -1,10 +1,12 @@
 #include "kelvane/kernel/mesh_build.hpp"
+#include "kelvane/toolkit/job/patch_bound.hpp"
 #include "kelvane/toolkit/job/patch_soundness.hpp"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 using namespace KVN::toolkit;
@@ -128,4 +130,19 @@ TEST_F(PatchCheck, FaultsAreFound) {
     EXPECT_FALSE(after([&] { faces.push_back(faces[0]), normals.push_back(normals[0]); }));
     EXPECT_FALSE(after([&] { points.push_back(points[4]), places.push_back(-1); })); // no face
     EXPECT_TRUE(sound());
+}
+
+// The box around the border is 3 by 4 by 0, its diagonal 5.
+TEST(PatchBound, IsTheDiagonalAroundTheBox) {
+    Mesh_R::_vert corners[2] = {};
+    corners[1].pos = {3.0F, 4.0F, 0.0F};
+    const PatchBound bound({&corners[0], &corners[1]});
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const std::tuple<float, float, float, bool> places[] = {
+        {1, 1, 4.9F, true},  {1, 1, -5.1F, false}, {-5, 0, 0, true},   {8.1F, 4, 0, false},
+        {6, 8, 0.1F, false}, {6, 7.9F, 0, true},   {nan, 0, 0, false}, {0, 0, HUGE_VALF, false},
+    };
+    for (const auto& [x, y, z, held] : places) {
+        EXPECT_EQ(bound.holds({x, y, z}), held) << x << ' ' << y << ' ' << z;
+    }
 }
