@@ -17,10 +17,11 @@ Eigen::Vector3d widened(const MemS::Point3v<float>& p) {
     return {p.x, p.y, p.z};
 }
 
-Eigen::Vector3d centre_of(const _face& face) {
-    return (widened(face.verts[0]->pos) + widened(face.verts[1]->pos) +
-            widened(face.verts[2]->pos)) /
-           3.0;
+std::array<double, 3> centre_of(const _face& face) {
+    const Eigen::Vector3d centre =
+        (widened(face.verts[0]->pos) + widened(face.verts[1]->pos) + widened(face.verts[2]->pos)) /
+        3.0;
+    return {centre.x(), centre.y(), centre.z()};
 }
 
 } // namespace
@@ -135,15 +136,23 @@ std::vector<PatchOrigins::Origin> PatchOrigins::old_only(const std::vector<doubl
     return origins;
 }
 
+void PatchOrigins::add_face(const _face& face) {
+    faces_.push_back({&face, centre_of(face)});
+}
+
 const _face* PatchOrigins::of_face(const _face& face) const {
-    const Eigen::Vector3d centre = centre_of(face);
+    const std::array<double, 3> centre = centre_of(face);
     const _face* nearest = nullptr;
     double least = std::numeric_limits<double>::infinity();
-    for (const _face* candidate : faces_) {
-        const double distance = (centre_of(*candidate) - centre).squaredNorm();
+    for (const Candidate& candidate : faces_) {
+        double distance = 0.0; // squared
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            const double d = candidate.centre[axis] - centre[axis];
+            distance += d * d;
+        }
         if (distance < least) {
             least = distance;
-            nearest = candidate;
+            nearest = candidate.face;
         }
     }
     return nearest;

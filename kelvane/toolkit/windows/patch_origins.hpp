@@ -3,6 +3,7 @@
 
 #include "kelvane/names.hpp"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -35,7 +36,7 @@ class PatchOrigins {
         for (const _vert* v : corners_) {
             for (int i = 0; i < v->faceCount; ++i) {
                 if (stays(v->faces[i])) {
-                    faces_.push_back(v->faces[i]);
+                    add_face(*v->faces[i]);
                     break;
                 }
             }
@@ -43,7 +44,13 @@ class PatchOrigins {
     }
 
   private:
+    struct Candidate {
+        const _face* face;
+        std::array<double, 3> centre;
+    };
+
     void project(const MemS::Point3v<float>& point, double* uv) const;
+    void add_face(const _face& face);
 
     std::vector<Origin> old_only(const std::vector<double>& weights, double sum) const;
 
@@ -54,7 +61,7 @@ class PatchOrigins {
     std::vector<double> plane_;  ///< u, v per corner
     double axis_u_[3];
     double axis_v_[3];
-    std::vector<const _face*> faces_;
+    std::vector<Candidate> faces_;
 };
 
 } // namespace KVN::toolkit
