@@ -1,8 +1,11 @@
 // Repairs by windows against repairs of whole meshes: synthetic scans and small scans with random
 // defects. KELVANE_RANDOM_SCANS sets how many of the latter are made (default: 60).
+#include "toolkit_support.hpp"
+
 #include "kelvane/toolkit/job/marker_files.hpp"
 #include "kelvane/toolkit/job/marker_repair.hpp"
 #include "kelvane/toolkit/job/repair_plan.hpp"
+#include "kelvane/toolkit/scan/open_scan.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
 #include "kelvane/toolkit/scan/splice_arrays.hpp"
@@ -287,6 +290,43 @@ TEST(Windows, EqualTheWholeMeshOnRandomDefects) {
     for (const auto& [outcome, count] : outcomes) {
         RecordProperty(to_string(outcome), count);
     }
+}
+
+// A binary STL file is welded in its windows alone; the result is that of its arrays, of which a
+// mesh is made.
+TEST(Windows, EqualTheWholeMeshOnLooseCorners) {
+    const test::Folder folder;
+    const auto soup = [](const Scan& scan) {
+        std::vector<float> points;
+        for (const std::int32_t corner : scan.triangles) {
+            const auto from = scan.positions.begin() + 3 * corner;
+            points.insert(points.end(), from, from + 3);
+        }
+        return points;
+    };
+    int repaired = 0;
+    for (int seed = 1; seed <= random_scans() / 2; ++seed) {
+        DefectiveScan made = DefectMaker(static_cast<std::uint64_t>(seed)).make();
+        for (float& value : made.scan.positions) {
+            value = std::isfinite(value) ? value : 0.0F;
+        }
+        write_scan(folder / "a.stl", made.scan);
+        const auto file = open_scan(folder / "a.stl");
+        RepairReport report;
+        WindowTuning tuning;
+        tuning.margins_beyond = seed % 2; // or the windows have to grow
+        tuning.radii_beyond = 0.0;
+        write_spliced(*file,
+                      planned(FileSurface(*file), made.markers, made.options, report, tuning),
+                      folder / "b.stl");
+        Scan arrays = file->to_scan();
+        const Planned whole = plan(arrays, made.markers, made.options, true);
+        apply_splice(arrays, whole.splice);
+        ASSERT_TRUE(same_bits(soup(read_scan(folder / "b.stl")), soup(arrays))) << "seed " << seed;
+        EXPECT_EQ(report.faces_after, whole.report.faces_after);
+        repaired += report.repaired();
+    }
+    EXPECT_GT(repaired, 0);
 }
 
 // A place that fails is left as it was: no edge gets a third face, and where nothing is repaired

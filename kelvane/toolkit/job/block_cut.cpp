@@ -1,11 +1,13 @@
 #include "kelvane/toolkit/job/block_cut.hpp"
 
 #include "kelvane/toolkit/errors.hpp"
+#include "kelvane/toolkit/job/scan_counts.hpp"
 #include "kelvane/toolkit/scan/splice_arrays.hpp"
 #include "kelvane/toolkit/windows/splice_making.hpp"
 #include "kelvane/toolkit/windows/window.hpp"
 
 #include <limits>
+#include <numeric>
 
 namespace KVN::toolkit {
 
@@ -22,9 +24,9 @@ Window window_of(const Surface& surface, const std::vector<Block>& blocks) {
     VertexBits complete(surface.vertex_count());
     add_in_reach(surface, Reach(spheres), complete);
     const Window inner = collect_window(surface, complete);
-    for (const std::uint32_t v : inner.vertices) {
-        complete.add(v);
-    }
+    std::vector<std::int32_t> all(inner.vertices.size());
+    std::iota(all.begin(), all.end(), 0);
+    add_vertices(surface, inner, all, complete);
     return collect_window(surface, complete);
 }
 
@@ -44,12 +46,7 @@ Splice plan_cut(const Surface& surface, const std::vector<Block>& blocks, CutRep
                          static_cast<int>(blocks.size()));
     repair.deleteblocks();
     Splice splice = make_cut_splice(window, mesh, face_of);
-    report.vertices_before = static_cast<std::int64_t>(surface.vertex_count());
-    report.faces_before = static_cast<std::int64_t>(surface.face_count() - surface.short_faces());
-    report.vertices_after =
-        report.vertices_before - static_cast<std::int64_t>(splice.vertices_gone.size());
-    report.faces_after = report.faces_before - static_cast<std::int64_t>(splice.faces_gone.size()) +
-                         static_cast<std::int64_t>(splice.faces.size());
+    note_counts(surface, splice, report);
     return splice;
 }
 

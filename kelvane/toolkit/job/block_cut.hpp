@@ -16,7 +16,7 @@ namespace KVN::toolkit {
 
 /// What a cut did.
 struct CutReport {
-    std::int64_t vertices_before = 0;  ///< also those without faces
+    std::int64_t vertices_before = 0;  ///< as in RepairReport
     std::int64_t faces_before = 0;     ///< face records
     std::int64_t vertices_after = 0;   ///< that stayed
     std::int64_t faces_after = 0;      ///< that stayed

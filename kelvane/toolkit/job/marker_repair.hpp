@@ -121,11 +121,13 @@ struct KELVANE_EXPORT RepairReport {
     std::vector<MarkerReport> markers; ///< one per marker, in their order
     double marker_size = 0.0;          ///< as it was used, in the mesh's unit
     int threads = 0;                   ///< as they were used
-    std::int64_t vertices_before = 0;  ///< also those without faces
-    std::int64_t faces_before = 0;     ///< face records
-    std::int64_t vertices_after = 0;   ///< as written
-    std::int64_t faces_after = 0;      ///< as written
-    std::int64_t short_faces = 0;      ///< faces of the file with too few corners, left out
+    /// Also those without faces; of a binary STL file, whose facets are welded around the markers
+    /// alone, the corners of all triangles.
+    std::int64_t vertices_before = 0;
+    std::int64_t faces_before = 0;   ///< face records
+    std::int64_t vertices_after = 0; ///< as written; likewise
+    std::int64_t faces_after = 0;    ///< as written
+    std::int64_t short_faces = 0;    ///< faces of the file with too few corners, left out
     /// Faces around the markers that the mesh took and refused, by reason; of all the scan's faces
     /// with `whole_mesh`. Refused ones stay in the scan unless a corner of
     /// theirs goes or a patch takes their place.

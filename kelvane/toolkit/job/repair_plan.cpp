@@ -5,6 +5,7 @@
 #include "kelvane/toolkit/job/mesh_run.hpp"
 #include "kelvane/toolkit/job/output_capture.hpp"
 #include "kelvane/toolkit/job/run_access.hpp"
+#include "kelvane/toolkit/job/scan_counts.hpp"
 #include "kelvane/toolkit/job/team_size.hpp"
 #include "kelvane/toolkit/job/working_scale.hpp"
 #include "kelvane/toolkit/page/page_gathering.hpp"
@@ -85,9 +86,9 @@ bool same(const Capsule& a, const Capsule& b) {
 /// Adds what a round lacked, and the surface around it.
 void grow(const Surface& surface, const Window& window, const WindowTooSmall& lack,
           VertexBits& complete) {
+    add_vertices(surface, window, lack.vertices, complete);
     std::vector<Capsule> around;
     for (const std::int32_t v : lack.vertices) {
-        complete.add(window.vertices[static_cast<std::size_t>(v)]);
         const float* p = &window.positions[3 * static_cast<std::size_t>(v)];
         around.push_back({{p[0], p[1], p[2]}, {p[0], p[1], p[2]}, edges_beyond * lack.edge});
     }
@@ -221,13 +222,7 @@ Splice plan_repair(const Surface& surface, const std::vector<Marker>& markers,
     if (notes != nullptr) {
         *notes = rounds.notes();
     }
-    const auto count = [](std::size_t n) { return static_cast<std::int64_t>(n); };
-    report.vertices_before = static_cast<std::int64_t>(surface.vertex_count());
-    report.faces_before = static_cast<std::int64_t>(surface.face_count() - surface.short_faces());
-    report.vertices_after = report.vertices_before - count(splice.vertices_gone.size()) +
-                            count(splice.new_vertex_count());
-    report.faces_after =
-        report.faces_before - count(splice.faces_gone.size()) + count(splice.faces.size());
+    note_counts(surface, splice, report);
     report.short_faces = static_cast<std::int64_t>(surface.short_faces());
     report.diagnostics = capture.lines();
     return splice;

@@ -65,7 +65,9 @@ std::vector<std::string> write_spliced(const OpenScan& scan, const Splice& splic
         return {};
     }
     Scan arrays = scan.to_scan();
-    apply_splice(arrays, by_triangles(scan, splice));
+    Splice for_arrays = by_triangles(scan, splice);
+    scan.renumber_for_arrays(arrays, for_arrays);
+    apply_splice(arrays, for_arrays);
     std::vector<std::string> lost = scan.beyond_arrays();
     if (!target.keeps_properties) {
         name_properties("vertex", arrays.vertex_properties, lost);

@@ -15,8 +15,9 @@ namespace KVN::toolkit {
 
 /// One file and its records.
 ///
-/// A binary PLY file whose faces are all triangles stays on the disk: memory is a buffer, whatever
-/// its size, and records are checked when they are read, each time. Other files are decoded into
+/// A binary PLY file whose faces are all triangles, and a binary STL file, stay on the disk: memory
+/// is a buffer, whatever their size, and records of PLY are checked when they are read, each time.
+/// Other files are decoded into
 /// arrays, and checked, when they are opened. Nothing is mapped: a file that somebody shortens
 /// meanwhile gives an InputError, not a signal. All members that are const may be called by several
 /// threads at once.
@@ -26,13 +27,18 @@ class KELVANE_EXPORT OpenScan {
     OpenScan& operator=(const OpenScan&) = delete;
     virtual ~OpenScan();
 
-    virtual std::uint64_t vertex_count() const = 0; ///< at most 2^31 - 1
-    virtual std::uint64_t face_count() const = 0;   ///< face records, also those without triangle
+    /// At most 2^31 - 1. See loose_corners().
+    virtual std::uint64_t vertex_count() const = 0;
+    virtual std::uint64_t face_count() const = 0; ///< face records, also those without triangle
     /// Face records without a triangle: fewer than 3 corners, or in STL fewer than 3 different
     /// ones.
     virtual std::uint64_t short_faces() const = 0;
     /// Whether every face record is exactly one triangle, so that both have the same numbers.
     virtual bool all_triangles() const = 0;
+    /// Whether, as in binary STL, the vertices are the corners of face records: 3 f, 3 f + 1 and
+    /// 3 f + 2 those of record f. Those of equal coordinates are one vertex of the surface, for
+    /// which any of them stands in a splice. to_scan() welds them.
+    virtual bool loose_corners() const { return false; }
     /// Whether vertices carry normals: a splice for this file should then bring normals along.
     virtual bool has_normals() const { return false; }
 
@@ -58,6 +64,8 @@ class KELVANE_EXPORT OpenScan {
                                                   const std::filesystem::path&);
     /// Writes the spliced file in the format that it was read in, into `out`.
     virtual void splice_into(class OutputFile& out, const Splice& splice) const = 0;
+    /// Brings the vertices that `splice` names to their numbers in `arrays`, which to_scan() made.
+    virtual void renumber_for_arrays(const Scan&, Splice&) const {}
     /// What of the file arrays do not hold, in words, for messages.
     virtual std::vector<std::string> beyond_arrays() const { return {}; }
     virtual const std::filesystem::path& path() const = 0;

@@ -36,14 +36,27 @@ void ScanSurface::corners_into(std::uint64_t first, std::uint64_t count,
 }
 
 double mean_side_length(const Surface& surface) {
-    std::vector<float> positions(3 * surface.vertex_count());
-    surface.positions_into(0, surface.vertex_count(), positions.data());
+    std::vector<float> positions; // of the vertices from `base` on
+    std::uint64_t base = 0;
+    if (!surface.loose_corners()) {
+        positions.resize(3 * surface.vertex_count());
+        surface.positions_into(0, surface.vertex_count(), positions.data());
+    }
     double sum = 0.0;
     std::int64_t sides = 0;
-    for_each_triangle(surface, [&](const std::int32_t* corners, std::uint64_t) {
-        for (int k = 0; k < 3; ++k) {
-            const float* a = &positions[3 * static_cast<std::size_t>(corners[k])];
-            const float* b = &positions[3 * static_cast<std::size_t>(corners[(k + 1) % 3])];
+    std::vector<std::int32_t> corners;
+    std::vector<std::uint64_t> records;
+    in_pieces(surface.face_count(), [&](std::uint64_t first, std::uint64_t count) {
+        surface.corners_into(first, count, corners, records);
+        if (surface.loose_corners()) {
+            base = 3 * first;
+            positions.resize(9 * count);
+            surface.positions_into(base, 3 * count, positions.data());
+        }
+        for (std::size_t i = 0; i < corners.size(); ++i) {
+            const std::size_t next = i % 3 == 2 ? i - 2 : i + 1;
+            const float* a = &positions[3 * (static_cast<std::uint64_t>(corners[i]) - base)];
+            const float* b = &positions[3 * (static_cast<std::uint64_t>(corners[next]) - base)];
             const double dx = static_cast<double>(a[0]) - b[0];
             const double dy = static_cast<double>(a[1]) - b[1];
             const double dz = static_cast<double>(a[2]) - b[2];

@@ -21,6 +21,8 @@ class KELVANE_EXPORT Surface {
     virtual std::uint64_t face_count() const = 0; ///< face records
     /// Records without a triangle.
     virtual std::uint64_t short_faces() const = 0;
+    /// As OpenScan::loose_corners().
+    virtual bool loose_corners() const { return false; }
     /// As OpenScan::positions_into() and OpenScan::corners_into().
     virtual void positions_into(std::uint64_t first, std::uint64_t count,
                                 float* positions) const = 0;
@@ -53,6 +55,7 @@ class KELVANE_EXPORT FileSurface : public Surface {
     std::uint64_t vertex_count() const override { return file_.vertex_count(); }
     std::uint64_t face_count() const override { return file_.face_count(); }
     std::uint64_t short_faces() const override { return file_.short_faces(); }
+    bool loose_corners() const override { return file_.loose_corners(); }
     void positions_into(std::uint64_t first, std::uint64_t count, float* positions) const override {
         file_.positions_into(first, count, positions);
     }
@@ -90,7 +93,7 @@ void for_each_triangle(const Surface& surface, const Visit& visit) {
 
 /// The mean length of the sides of all triangles, in their order: an inner edge counts twice. In
 /// the scan's unit; 0 without a side of finite length. Holds all positions for the time of the
-/// call: 12 bytes per vertex.
+/// call, 12 bytes per vertex, unless corners are loose.
 KELVANE_EXPORT double mean_side_length(const Surface& surface);
 
 } // namespace KVN::toolkit

@@ -1,6 +1,9 @@
 #include "kelvane/toolkit/windows/window.hpp"
 
+#include "kelvane/toolkit/scan/formats/point_weld.hpp"
+
 #include <algorithm>
+#include <array>
 #include <limits>
 #include <unordered_map>
 
@@ -68,6 +71,50 @@ void list_vertices(const VertexBits& complete, Window& window) {
     }
 }
 
+/// The first three coordinates from `p` on.
+std::array<float, 3> point_at(const float* p) {
+    return {p[0], p[1], p[2]};
+}
+
+/// Makes one vertex of those at the same place, the first of them.
+void weld(Window& window) {
+    Window welded;
+    PointWeld numbers(welded.positions);
+    std::vector<std::int32_t> place;
+    place.reserve(window.vertices.size());
+    for (std::size_t v = 0; v < window.vertices.size(); ++v) {
+        place.push_back(static_cast<std::int32_t>(numbers(point_at(&window.positions[3 * v]))));
+        if (welded.positions.size() > 3 * welded.vertices.size()) {
+            welded.vertices.push_back(window.vertices[v]);
+            welded.complete.push_back(window.complete[v]);
+        }
+    }
+    for (std::int32_t& corner : window.triangles) {
+        corner = place[static_cast<std::size_t>(corner)];
+    }
+    window.vertices = std::move(welded.vertices);
+    window.complete = std::move(welded.complete);
+    window.positions = std::move(welded.positions);
+}
+
+/// Whether there may be a place with more than `most_faces` loose corners: they are counted by a
+/// hash of their place, which tells places apart well enough for numbers so large.
+bool is_crowded(const Surface& surface) {
+    constexpr std::uint64_t corners_per_count = 64;
+    std::vector<std::uint32_t> counts(surface.vertex_count() / corners_per_count + 1, 0);
+    std::vector<float> positions;
+    bool crowded = false;
+    in_pieces(surface.vertex_count(), [&](std::uint64_t first, std::uint64_t count) {
+        positions.resize(3 * count);
+        surface.positions_into(first, count, positions.data());
+        for (std::uint64_t i = 0; i < count; ++i) {
+            const std::size_t hash = PointWeld::hash(point_at(&positions[3 * i]));
+            crowded = ++counts[hash % counts.size()] > most_faces || crowded;
+        }
+    });
+    return crowded;
+}
+
 } // namespace
 
 void VertexBits::add_all() {
@@ -112,17 +159,44 @@ void add_in_reach(const Surface& surface, const Reach& reach, VertexBits& comple
     });
 }
 
+void add_vertices(const Surface& surface, const Window& window,
+                  const std::vector<std::int32_t>& vertices, VertexBits& complete) {
+    if (!surface.loose_corners()) {
+        for (const std::int32_t v : vertices) {
+            complete.add(window.vertices[static_cast<std::size_t>(v)]);
+        }
+        return;
+    }
+    std::vector<float> places;
+    PointWeld wanted(places);
+    for (const std::int32_t v : vertices) {
+        wanted(point_at(&window.positions[3 * static_cast<std::size_t>(v)]));
+    }
+    std::vector<float> positions;
+    in_pieces(surface.vertex_count(), [&](std::uint64_t first, std::uint64_t count) {
+        positions.resize(3 * count);
+        surface.positions_into(first, count, positions.data());
+        for (std::uint64_t i = 0; i < count; ++i) {
+            if (wanted.find(point_at(&positions[3 * i])) != PointWeld::none) {
+                complete.add(first + i);
+            }
+        }
+    });
+}
+
 Window collect_window(const Surface& surface, const VertexBits& complete) {
     Window window;
     window.vertices_of_scan = surface.vertex_count();
     window.records_of_scan = surface.face_count();
-    Valences valences(surface.vertex_count());
+    const bool loose = surface.loose_corners();
+    Valences valences(loose ? 0 : surface.vertex_count());
     for_each_triangle(surface, [&](const std::int32_t* corners, std::uint64_t record) {
         bool wanted = false;
         for (int k = 0; k < 3; ++k) {
             wanted = wanted || complete.holds(static_cast<std::uint32_t>(corners[k]));
-            window.overfull = window.overfull ||
-                              valences.count(static_cast<std::uint32_t>(corners[k])) > most_faces;
+            window.overfull =
+                window.overfull ||
+                (!loose && valences.count(static_cast<std::uint32_t>(corners[k])) > most_faces);
         }
         if (wanted) {
             window.triangles.insert(window.triangles.end(), corners, corners + 3);
@@ -131,6 +205,10 @@ Window collect_window(const Surface& surface, const VertexBits& complete) {
     });
     list_vertices(complete, window);
     read_positions(surface, window);
+    if (loose) {
+        weld(window);
+        window.overfull = is_crowded(surface);
+    }
     return window;
 }
 

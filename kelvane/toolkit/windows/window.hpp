@@ -39,9 +39,10 @@ class VertexBits {
 /// faces: in a mesh built from the window, its lists, their order and its normal are then those
 /// that it has in a mesh built from the whole scan.
 struct Window {
-    std::vector<std::uint32_t> vertices; ///< vertex of the scan, ascending
-    std::vector<char> complete;          ///< per vertex
-    std::vector<float> positions;        ///< x, y, z per vertex
+    std::vector<std::uint32_t>
+        vertices;                 ///< vertex of the scan, ascending; of loose corners the first
+    std::vector<char> complete;   ///< per vertex
+    std::vector<float> positions; ///< x, y, z per vertex
     std::vector<std::int32_t> triangles; ///< places in `vertices`
     std::vector<std::uint64_t> records;  ///< face record of each triangle, ascending
     std::uint64_t vertices_of_scan = 0;
@@ -55,8 +56,14 @@ struct Window {
 /// Adds to `complete` the vertices that lie in the reach.
 void add_in_reach(const Surface& surface, const Reach& reach, VertexBits& complete);
 
+/// Adds to `complete` vertices of `window`, by their places in it; where corners are loose, all
+/// that stand there.
+void add_vertices(const Surface& surface, const Window& window,
+                  const std::vector<std::int32_t>& vertices, VertexBits& complete);
+
 /// The window in which the vertices of `complete` are complete: all their faces, and the vertices
-/// themselves also where they have none.
+/// themselves also where they have none. Loose corners are welded; they must be in `complete` with
+/// all that stand at the same place.
 Window collect_window(const Surface& surface, const VertexBits& complete);
 
 /// Builds the empty `mesh` from the window; vertex i of the mesh is vertex i of the window. Returns

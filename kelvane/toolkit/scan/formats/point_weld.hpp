@@ -13,28 +13,27 @@ namespace KVN::toolkit {
 /// vertex, which is added to the positions.
 class PointWeld {
   public:
-    explicit PointWeld(std::vector<float>& positions) : positions_(positions), table_(1024, none) {}
+    static constexpr std::uint32_t none = 0xFFFFFFFF;
+
+    /// `positions` may hold points already, which are all different. They must not change but here.
+    explicit PointWeld(std::vector<float>& positions) : positions_(positions) { fit(); }
 
     std::uint32_t operator()(const std::array<float, 3>& point) {
         if (positions_.size() / 3 * 2 >= table_.size()) {
-            grow();
+            fit();
         }
-        std::size_t slot = hash(point) & (table_.size() - 1);
-        while (table_[slot] != none) {
-            const float* known = &positions_[3 * std::size_t{table_[slot]}];
-            if (known[0] == point[0] && known[1] == point[1] && known[2] == point[2]) {
-                return table_[slot];
-            }
-            slot = (slot + 1) & (table_.size() - 1);
+        std::uint32_t& known = table_[slot_of(point)];
+        if (known == none) {
+            known = static_cast<std::uint32_t>(positions_.size() / 3);
+            positions_.insert(positions_.end(), point.begin(), point.end());
         }
-        table_[slot] = static_cast<std::uint32_t>(positions_.size() / 3);
-        positions_.insert(positions_.end(), point.begin(), point.end());
-        return table_[slot];
+        return known;
     }
 
-  private:
-    static constexpr std::uint32_t none = 0xFFFFFFFF;
+    /// The number of a point, or `none`.
+    std::uint32_t find(const std::array<float, 3>& point) const { return table_[slot_of(point)]; }
 
+    /// Equal for equal points.
     static std::size_t hash(const std::array<float, 3>& point) {
         std::uint64_t h = 0;
         for (const float value : point) {
@@ -47,15 +46,30 @@ class PointWeld {
         return static_cast<std::size_t>(h);
     }
 
-    void grow() {
-        table_.assign(2 * table_.size(), none);
+  private:
+    /// Where the point stands, or the empty slot where it would.
+    std::size_t slot_of(const std::array<float, 3>& point) const {
+        std::size_t slot = hash(point) & (table_.size() - 1);
+        while (table_[slot] != none) {
+            const float* known = &positions_[3 * std::size_t{table_[slot]}];
+            if (known[0] == point[0] && known[1] == point[1] && known[2] == point[2]) {
+                break;
+            }
+            slot = (slot + 1) & (table_.size() - 1);
+        }
+        return slot;
+    }
+
+    /// Makes the table at least twice as long as is needed.
+    void fit() {
+        std::size_t size = 1024;
+        while (size < 4 * (positions_.size() / 3)) {
+            size *= 2;
+        }
+        table_.assign(size, none);
         for (std::size_t v = 0; v < positions_.size() / 3; ++v) {
             const float* p = &positions_[3 * v];
-            std::size_t slot = hash({p[0], p[1], p[2]}) & (table_.size() - 1);
-            while (table_[slot] != none) {
-                slot = (slot + 1) & (table_.size() - 1);
-            }
-            table_[slot] = static_cast<std::uint32_t>(v);
+            table_[slot_of({p[0], p[1], p[2]})] = static_cast<std::uint32_t>(v);
         }
     }
 

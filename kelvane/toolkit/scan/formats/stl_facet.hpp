@@ -1,6 +1,7 @@
 // A facet of an STL file.
 #pragma once
 
+#include "kelvane/toolkit/scan/formats/file_reader.hpp"
 #include "kelvane/toolkit/scan/formats/ply_numbers.hpp"
 
 #include <array>
@@ -27,6 +28,11 @@ inline bool stl_swap() {
     unsigned char low = 0;
     std::memcpy(&low, &probe, 1);
     return low != 1;
+}
+
+/// The number of facets that a binary file promises; it must hold a header.
+inline std::uint32_t stl_count(const FileReader& file) {
+    return load<std::uint32_t>(file.read(80, 4).data(), stl_swap());
 }
 
 /// Corner `i` of a binary record, or its normal for -1.
