@@ -183,6 +183,46 @@ TEST(ScanFiles, StlCornersAreWeldedWhereTheyAreEqual) {
     EXPECT_EQ(read.short_faces, 1);
 }
 
+TEST(ScanFiles, NumbersBehindCoordinatesBecomeProperties) {
+    const test::Folder folder;
+    using Bytes = std::vector<std::uint8_t>;
+    using Floats = std::vector<float>;
+    struct Row {
+        const char* name;
+        std::string bytes;
+        std::vector<std::string> names;
+        Property::Values last;
+    };
+    const std::string face = "3 0 1 2\n";
+    const Row rows[] = {
+        {"a.obj",
+         "v 0 0 0 1 0 .5 # c\nv 1 0 0 0 0 0\nv 1 1 0 1 1 1\nf 1 2 3\n",
+         {"red", "green", "blue"},
+         Floats{0.5F, 0.0F, 1.0F}},
+        {"one without.obj", "v 0 0 0 1 0 .5\nv 1 0 0\nv 1 1 0 1 1 1\nf 1 2 3\n", {}, {}},
+        {"a.off",
+         "COFF\n3 1 0\n0 0 0 255 0 0 1\n1 0 0 0 0 1 1\n1 1 0 9 9 9 0\n" + face,
+         {"red", "green", "blue", "alpha"},
+         Bytes{1, 1, 0}},
+        {"both.off",
+         "CNOFF 3 1 0\n0 0 0 0 0 1 7 8 9\n1 0 0 0 0 1 7 8 9\n1 1 0 0 0 1 7 8 9\n" + face,
+         {"nx", "ny", "nz", "red", "green", "blue"},
+         Bytes{9, 9, 9}},
+        {"untold.off", "OFF\n3 1 0\n0 0 0 2 2 2\n1 0 0 2 2 2\n1 1 0 2 2 2\n" + face, {}, {}},
+    };
+    for (const Row& row : rows) {
+        const Scan read = read_scan(folder.put(row.name, row.bytes));
+        std::vector<std::string> names;
+        for (const Property& property : read.vertex_properties) {
+            names.push_back(property.name);
+        }
+        EXPECT_EQ(names, row.names) << row.name;
+        if (!names.empty()) {
+            EXPECT_EQ(read.vertex_properties.back().values, row.last) << row.name;
+        }
+    }
+}
+
 TEST(ScanFiles, FailedWriteKeepsTheOldFileAndLeavesNothing) {
     const test::Folder folder;
     Scan large;

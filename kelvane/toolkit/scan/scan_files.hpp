@@ -22,6 +22,8 @@ namespace KVN::toolkit {
 /// fewer than 3 corners are left out and counted. Vertices keep the order of the file, also those
 /// that no face uses, and coordinates that are not finite are allowed, but in STL. Numbers per
 /// vertex and per face of a PLY file become properties; the triangles of a polygon share its own.
+/// So do the colours behind the coordinates of an OBJ file, three numbers at every vertex, and the
+/// normals and colours that the first word of an OFF file (N, C) tells of.
 /// Anything else that a file may hold (lists, texture, groups) is left out. Text may have line ends
 /// of either kind, blank lines, tabs, a mark of byte order, comments behind data, and a last line
 /// without end; OBJ also lines that a backslash continues.

@@ -3,6 +3,7 @@
 #include "kelvane/toolkit/scan/formats/mesh_formats.hpp"
 #include "kelvane/toolkit/scan/formats/obj_statements.hpp"
 #include "kelvane/toolkit/scan/formats/text_lines.hpp"
+#include "kelvane/toolkit/scan/formats/vertex_columns.hpp"
 #include "kelvane/toolkit/scan/formats/vertex_extras.hpp"
 #include "kelvane/toolkit/scan/renumbering.hpp"
 
@@ -63,6 +64,23 @@ class ObjScan final : public DecodedScan {
         if (const char* fault = decoded_.fault()) {
             text_.fail(fault);
         }
+    }
+
+    /// Three numbers behind all coordinates are colours.
+    Scan to_scan() const override {
+        Scan scan = DecodedScan::to_scan();
+        VertexColumns columns;
+        ObjStatements walk(text_);
+        while (walk.next()) {
+            if (walk.keyword() == "v") {
+                const std::vector<std::string_view>& words = walk.words();
+                columns.add(words.data() + 4, words.data() + words.size());
+            }
+        }
+        if (columns.width() == 3) {
+            scan.vertex_properties = columns.named(0, {"red", "green", "blue"});
+        }
+        return scan;
     }
 
   private:

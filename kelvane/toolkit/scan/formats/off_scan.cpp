@@ -1,6 +1,7 @@
 // OFF: a header word, three counts, one vertex per line, one face per line.
 #include "kelvane/toolkit/scan/formats/mesh_formats.hpp"
 #include "kelvane/toolkit/scan/formats/text_lines.hpp"
+#include "kelvane/toolkit/scan/formats/vertex_columns.hpp"
 #include "kelvane/toolkit/scan/formats/vertex_extras.hpp"
 #include "kelvane/toolkit/scan/renumbering.hpp"
 
@@ -61,14 +62,13 @@ class OffScan final : public DecodedScan {
             for (int axis = 0; axis < 3; ++axis) {
                 decoded_.positions.push_back(lines.real("a coordinate"));
             }
-            more_ = more_ || !lines.word().empty();
         }
         std::vector<std::int32_t> corners;
         for (std::uint64_t f = 0; f < faces; ++f) {
             next_record(lines, text_, "face", f);
             read_corners(lines, f, corners);
             decoded_.add_face(corners);
-            more_ = more_ || !lines.word().empty();
+            of_faces_ = of_faces_ || !lines.word().empty();
         }
         if (const char* fault = decoded_.fault()) {
             text_.fail(fault);
@@ -76,6 +76,26 @@ class OffScan final : public DecodedScan {
     }
 
     bool has_normals() const override { return word_.find('N') != std::string::npos; }
+
+    /// The header's word tells what stands behind the coordinates: normals, then colours.
+    Scan to_scan() const override {
+        Scan scan = DecodedScan::to_scan();
+        const VertexColumns columns = columns_of_vertices();
+        const std::size_t colour_at = has_normals() ? 3 : 0;
+        if (has_normals() && columns.width() >= colour_at) {
+            scan.vertex_properties = columns.named(0, {"nx", "ny", "nz"});
+        }
+        if (word_.find('C') != std::string::npos && columns.width() >= colour_at + 3) {
+            std::vector<std::string> names = {"red", "green", "blue"};
+            if (columns.width() > colour_at + 3) {
+                names.push_back("alpha");
+            }
+            const std::vector<Property> colours = columns.named(colour_at, names);
+            scan.vertex_properties.insert(scan.vertex_properties.end(), colours.begin(),
+                                          colours.end());
+        }
+        return scan;
+    }
 
   private:
     void read_corners(TextLines& lines, std::uint64_t face,
@@ -92,12 +112,32 @@ class OffScan final : public DecodedScan {
         }
     }
 
+    VertexColumns columns_of_vertices() const {
+        TextLines lines(text_, '#');
+        pass_header_word(lines, text_);
+        VertexColumns columns;
+        std::vector<std::string_view> words;
+        for (std::uint64_t v = 0; v < vertices_; ++v) {
+            next_record(lines, text_, "vertex", v);
+            words.clear();
+            for (auto word = lines.word(); !word.empty(); word = lines.word()) {
+                words.push_back(word);
+            }
+            columns.add(words.data() + 3, words.data() + words.size());
+        }
+        return columns;
+    }
+
     void splice_into(OutputFile& out, const Splice& splice) const override;
     std::vector<std::string> beyond_arrays() const override {
-        if (!more_) {
-            return {};
+        std::vector<std::string> held;
+        if (to_scan().vertex_properties.size() < columns_of_vertices().width()) {
+            held.push_back("numbers behind coordinates that the header does not tell of");
         }
-        return {"colours, normals and other numbers behind coordinates and corners"};
+        if (of_faces_) {
+            held.push_back("colours and other numbers behind the corners of faces");
+        }
+        return held;
     }
     const std::filesystem::path& path() const override { return path_; }
 
@@ -105,7 +145,7 @@ class OffScan final : public DecodedScan {
     SourceFile text_;
     std::string word_; // of the header
     std::uint64_t vertices_ = 0;
-    bool more_ = false; // there is more than coordinates and corners
+    bool of_faces_ = false; // there is more than corners in lines of faces
 };
 
 /// Writes an OFF file again as a splice changes it. The records are collected first: only then are

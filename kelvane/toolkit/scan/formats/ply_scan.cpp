@@ -256,6 +256,11 @@ Scan PlyScan::to_scan() const {
 
 std::vector<std::string> PlyScan::beyond_arrays() const {
     std::vector<std::string> held;
+    const std::string head = file_.read(0, header_.body);
+    if (head.find("\ncomment") != std::string::npos ||
+        head.find("\nobj_info") != std::string::npos) {
+        held.push_back("the comments");
+    }
     for (const PlyElement& element : header_.elements) {
         if (&element != vertex_ && &element != face_) {
             held.push_back("the element '" + element.name + "'");
