@@ -5,6 +5,7 @@ const RAMP = [[.78, .80, .83], [.44, .69, .78], [.97, .78, .32], [.89, .36, .20]
 const MOST_BEND = 45;        // degrees at which the ramp ends; noise bends scans by 5 to 15
 const BEND_STEP = .25;       // degrees that one unit of a bend stands for
 const TILT = -.65;           // radians between the first view and the marker's normal
+const FILL = .96;            // share of the stage that a place takes at first
 const PER_PIXEL = .008;      // radians that a drag turns
 const vertexShader = `#version 300 es
 in vec3 position; in vec3 normal; in float value;
@@ -27,15 +28,15 @@ void main() {
     vec3 n = normalize(facing) * (gl_FrontFacing ? 1.0 : -1.0);
     float at = clamp(shade, 0.0, 1.0) * 4.0;
     vec3 base = mix(ramp[int(at)], ramp[min(int(at) + 1, 4)], fract(at));
-    float light = .34 + .62 * max(dot(n, normalize(vec3(-.35, .45, .82))), 0.0);
-    float shine = pow(max(dot(n, normalize(vec3(-.18, .24, .95))), 0.0), 40.0);
+    float light = .30 + .78 * max(dot(n, normalize(vec3(-.62, .50, .60))), 0.0);
+    float shine = pow(max(dot(n, normalize(vec3(-.34, .28, .90))), 0.0), 40.0);
     colour = vec4((gl_FrontFacing ? base : base * .55) * light + .10 * shine, 1.0);
 }`;
 
 const find = id => document.getElementById(id);
 const blobs = [...document.querySelectorAll('script[type="application/octet-stream"]')];
 const canvas = find('canvas');
-const gl = canvas.getContext('webgl2', {antialias: true, alpha: true, premultipliedAlpha: true});
+const gl = canvas.getContext('webgl2', {antialias: true, alpha: false});
 if (!gl || !blobs.length) {
     find('without').hidden = !!gl;
     document.querySelectorAll('tr button').forEach(button => { button.disabled = true; });
@@ -58,6 +59,7 @@ function decode(text) {
     const points = shared + gone + added;
     const view = {normal: head.slice(3, 6), farthest: head[8], points, positions: take(Int16Array, 3 * points)};
     const faces = [sharedFaces, goneFaces, newFaces].map(n => take(Uint16Array, 3 * n));
+    view.extent = farthestOf(view.positions);
     view.border = take(Uint16Array, 2 * border);
     const rims = [rimBefore, rimAfter].map(n => take(Uint16Array, 2 * n));
     const distances = take(Uint8Array, gone + added);
@@ -73,6 +75,12 @@ function decode(text) {
                 none: new Uint8Array(points), normals: normalsOf(corners, view.positions)};
     });
     return view;
+}
+
+function farthestOf(p) {
+    let square = 1;
+    for (let i = 0; i < p.length; i += 3) { square = Math.max(square, p[i] ** 2 + p[i + 1] ** 2 + p[i + 2] ** 2); }
+    return Math.sqrt(square) / 32767;
 }
 
 function edgesOf(faces) {
@@ -117,8 +125,6 @@ gl.enable(gl.DEPTH_TEST);
 gl.enable(gl.SCISSOR_TEST);
 gl.enable(gl.BLEND);
 gl.blendFunc(gl.SRC_ALPHA, gl.ONE_MINUS_SRC_ALPHA);
-gl.enable(gl.POLYGON_OFFSET_FILL);
-gl.polygonOffset(1, 1);
 
 function upload(target, data) {
     const buffer = gl.createBuffer();
@@ -231,7 +237,7 @@ function drawSide(side, size) {
     feed('value', side[state.colour].buffer, 1, gl.UNSIGNED_BYTE, true);
     gl.bindBuffer(gl.ELEMENT_ARRAY_BUFFER, side.faces.buffer);
     gl.drawElements(gl.TRIANGLES, side.faces.count, gl.UNSIGNED_SHORT, 0);
-    if (find('edges').checked) { lines(side.edges, [.05, .08, .14, .22], .0004, 0, size); }
+    if (find('edges').checked) { lines(side.edges, [.05, .08, .14, .22], .001, 0, size); }
     lines(state.view.borderLines, [...themed('--border'), 1], .003, 1, size);
     lines(side.rim, [...themed('--rim'), 1], .003, 1, size);
 }
@@ -241,9 +247,12 @@ function draw() {
     const width = canvas.width = Math.round(canvas.clientWidth * ratio);
     const height = canvas.height = Math.round(canvas.clientHeight * ratio);
     const size = narrow.matches ? [width, height / 2 | 0] : [width / 2 | 0, height];
-    const least = Math.min(...size);
+    const fill = FILL * state.zoom * Math.min(...size) / state.view.extent;
     gl.uniformMatrix3fv(uniforms.turn, true, state.turn.flat());
-    gl.uniform2f(uniforms.scale, .84 * state.zoom * least / size[0], .84 * state.zoom * least / size[1]);
+    gl.uniform2f(uniforms.scale, fill / size[0], fill / size[1]);
+    gl.scissor(0, 0, width, height);
+    gl.clearColor(...themed('--line'), 1);
+    gl.clear(gl.COLOR_BUFFER_BIT);
     state.view.sides.forEach((side, k) => {
         const corner = narrow.matches ? [0, k ? 0 : height - size[1]] : [k * size[0], 0];
         gl.viewport(...corner, ...size);
@@ -266,6 +275,7 @@ const zoom = factor => {
 };
 canvas.addEventListener('pointerdown', event => {
     canvas.setPointerCapture(event.pointerId);
+    find('hint').hidden = true;
     pointers.set(event.pointerId, [event.clientX, event.clientY]);
 });
 canvas.addEventListener('pointermove', event => {

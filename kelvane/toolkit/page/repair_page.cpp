@@ -58,8 +58,9 @@ std::string filled(std::string_view frame, const std::map<std::string_view, std:
 std::string chips(const RepairReport& report) {
     const std::size_t left = report.markers.size() - static_cast<std::size_t>(report.repaired());
     const auto chip = [](const std::string& text) { return "<span>" + text + "</span>\n"; };
-    return "<span class=\"good\">" + std::to_string(report.repaired()) + " of " +
-           std::to_string(report.markers.size()) + " markers repaired</span>\n" +
+    return std::string(report.repaired() > 0 ? "<span class=\"good\">" : "<span>") +
+           std::to_string(report.repaired()) + " of " + std::to_string(report.markers.size()) +
+           " markers repaired</span>\n" +
            (left > 0 ? "<span class=\"bad\">" + std::to_string(left) + " left</span>\n" : "") +
            chip("cut " + number("%.3g", report.marker_size) + " beyond the radius") +
            chip(std::to_string(report.faces_before) + " → " + std::to_string(report.faces_after) +
