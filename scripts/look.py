@@ -2,7 +2,7 @@
 """Looks at a page of a repair in headless Chromium: look.py PAGE PICTURES
 
 Opens the page on a desktop and on a telephone, light and dark, turns a view, switches the colours, goes to another
-place, and once more without WebGL. Writes pictures to the folder PICTURES. Ends with 1 and a line per finding: an
+place, and once more without WebGL. Writes pictures to the folder PICTURES; stage.png shows the first place alone. Ends with 1 and a line per finding: an
 error on the console, a request that leaves the page, a drag, a button or a key that changes nothing, a page wider than
 its screen. Needs nothing but Python and chromium.
 """
@@ -142,7 +142,8 @@ def look_at_views(browser, page, pictures):
                'the zoom': lambda: browser.call('Input.dispatchMouseEvent', type='mouseWheel', x=box['x'] + 150,
                                                 y=box['y'] + 150, deltaX=0, deltaY=-200),
                'the next place': lambda: browser.value('document.getElementById("next").click()')}
-    before = browser.picture(clip={**box, 'scale': 1})
+    browser.value('document.getElementById("hint").hidden = true')
+    before = browser.picture(pictures / 'stage.png', clip={**box, 'scale': 1})
     for name, act in actions.items():
         act()
         after = browser.picture(clip={**box, 'scale': 1})
