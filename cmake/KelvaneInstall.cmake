@@ -69,7 +69,7 @@ if(TARGET toolkit)
         REGEX "bodies/(base_fit|body_removal|marker_cylinder|place_look)\\.hpp" EXCLUDE
         REGEX "find/(boundary_loops|vertex_grid|vertex_normals)\\.hpp" EXCLUDE
         REGEX "job/(mesh_run|output_capture|patch_blame|patch_mending|patch_soundness|repair_plan|run_access|stage_clock|team_size)\\.hpp" EXCLUDE
-        REGEX "page/(edge_bends|face_list|page_gathering|page_texts|place_measuring)\\.hpp" EXCLUDE
+        REGEX "page/(edge_bends|face_list|page_gathering|page_texts|place_drawing|place_measuring)\\.hpp" EXCLUDE
         REGEX "report/border_words\\.hpp" EXCLUDE
         REGEX "rims/(rim_closing|rim_curve)\\.hpp" EXCLUDE
         REGEX "scan/renumbering\\.hpp" EXCLUDE

@@ -6,8 +6,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
-#include <iterator>
+#include <ostream>
+#include <string>
+#include <utility>
+#include <vector>
 
 using namespace KVN::toolkit;
 
@@ -102,13 +106,14 @@ TEST_P(Page, ShowsBothSurfacesAsTheyAre) {
     ASSERT_EQ(page.worst_first.size(), made.markers.size());
     ASSERT_EQ(page.views.size(), 5);
     EXPECT_FALSE(is_repaired(report.markers[page.worst_first.front()].outcome));
+    std::size_t most_faces = 0;
     for (const PlaceView& place : page.views) {
         const MarkerView& view = place.view;
         SCOPED_TRACE("marker " + std::to_string(place.marker + 1));
         const double radius = std::max(3.0 * view.radius, 1.5 * (view.radius + report.marker_size));
         const std::size_t faces = view.shared_faces.size();
         if (GetParam().coarsened) {
-            EXPECT_GT(faces_around(before, view, radius), 2400);
+            most_faces = std::max(most_faces, faces_around(before, view, radius));
             EXPECT_LE(faces + view.gone_faces.size() + view.new_faces.size(), 2400);
         } else {
             EXPECT_EQ(faces + view.gone_faces.size(), faces_around(before, view, radius));
@@ -127,12 +132,13 @@ TEST_P(Page, ShowsBothSurfacesAsTheyAre) {
             // not bend the new one.
             const double apart = page.figures[place.marker]->distance * GetParam().unit;
             EXPECT_GT(apart, 0.08);
-            EXPECT_LT(apart, 0.5);
+            EXPECT_LT(apart, 0.8);
             EXPECT_LT(page.figures[place.marker]->seam_bend, 25.0);
             EXPECT_FALSE(view.border.empty());
         }
         EXPECT_LT(base64(to_bytes(view)).size(), 36'000);
     }
+    EXPECT_EQ(most_faces > 2400, GetParam().coarsened);
 
     const std::string html = page_html(page, report, made.markers, "a <scan> & {{more}}");
     EXPECT_NE(html.find("<h1>a &lt;scan&gt; &amp; {{more}}</h1>"), std::string::npos);

@@ -1,6 +1,6 @@
 #include "kelvane/toolkit/page/page_gathering.hpp"
 
-#include "kelvane/toolkit/page/place_measuring.hpp"
+#include "kelvane/toolkit/page/place_drawing.hpp"
 
 #include <algorithm>
 #include <numeric>

@@ -1,4 +1,4 @@
-#include "kelvane/toolkit/page/place_measuring.hpp"
+#include "kelvane/toolkit/page/place_drawing.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -1,4 +1,4 @@
-// What a page measures at one marker's place, and the picture of it.
+// What a page measures at one marker's place.
 #pragma once
 
 #include "kelvane/toolkit/page/edge_bends.hpp"
@@ -47,9 +47,5 @@ MeasuredPlace measure_place(FaceList list);
 /// Of the patch whose faces are [first, first + count) of the splice's new ones; none if it is
 /// empty.
 std::optional<PlaceFigures> figures_of(const MeasuredPlace& place, std::int64_t first, int count);
-
-/// The picture. A place of more faces than a page can hold is drawn coarser: its points are put
-/// together by the cells of a grid, of which each shows the largest distance and bend.
-MarkerView draw_place(const MeasuredPlace& place, const ViewCrop& crop, double radius);
 
 } // namespace KVN::toolkit
