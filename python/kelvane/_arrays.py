@@ -9,7 +9,7 @@ import numpy.typing as npt
 
 from . import _kelvane
 from ._markers import Markers, marker_rows
-from ._report import Report
+from ._report import Report, warned
 
 Array = npt.NDArray[Any]
 
@@ -37,7 +37,9 @@ def repair_arrays(
     flat_only: bool = False,
     body_height: Optional[float] = None,
     leave_open: bool = False,
+    straight_rims: bool = False,
     whole_mesh: bool = False,
+    page_markers: Optional[int] = 25,
     threads: int = 0,
     progress: Optional[Callable[[str, float], Any]] = None,
 ) -> Tuple[Array, Array, Dict[str, Array], Report]:
@@ -67,7 +69,9 @@ def repair_arrays(
         "flat_only": flat_only,
         "body_height": body_height,
         "leave_open": leave_open,
+        "straight_rims": straight_rims,
         "whole_mesh": whole_mesh,
+        "page_markers": page_markers,
         "threads": threads,
     }
     points = _rows_of_three("vertices", vertices, (np.float32, np.float64))
@@ -85,7 +89,7 @@ def repair_arrays(
     )
     done = _unstacked(dict(zip(columns, new_columns)))
     kept = {name: done[name].astype(_native(column), copy=False) for name, column in given.items()}
-    return new_points, new_corners, kept, Report(run)
+    return new_points, new_corners, kept, warned(Report(run, "scan"))
 
 
 def _native(array: Array) -> np.dtype[Any]:

@@ -5,11 +5,11 @@ from __future__ import annotations
 import os
 import warnings
 from pathlib import Path
-from typing import Any, Callable, Dict, List, Literal, NamedTuple, Optional, Sequence
+from typing import Any, Callable, Dict, List, Literal, NamedTuple, Optional
 
 from . import _kelvane
 from ._markers import Blocks, FoundMarker, Markers, PathLike, block_rows, marker_rows, markers_of
-from ._report import Report, parsed
+from ._report import Report, parsed, warned
 
 Progress = Callable[[str, float], Any]
 """Called with the stage that begins and the fraction done; what it raises stops the run."""
@@ -21,11 +21,6 @@ class Demo(NamedTuple):
     scan: Path
     truth: Path
     markers: Path
-
-
-def _warn_of(not_kept: Sequence[str]) -> None:
-    for line in not_kept:
-        warnings.warn(line, stacklevel=3)
 
 
 def repair(
@@ -40,7 +35,9 @@ def repair(
     flat_only: bool = False,
     body_height: Optional[float] = None,
     leave_open: bool = False,
+    straight_rims: bool = False,
     whole_mesh: bool = False,
+    page_markers: Optional[int] = 25,
     threads: int = 0,
     progress: Optional[Progress] = None,
 ) -> Report:
@@ -52,7 +49,8 @@ def repair(
 
     scan: .ply, .stl, .obj or .off.
     markers: see Markers: a file, an array (k, 7) or a list.
-    output: the repaired scan; may be `scan` itself. What its format cannot hold is warned of.
+    output: the repaired scan; may be `scan` itself. What its format cannot hold is warned of, and
+        what makes the result doubtful.
     method: "fast", "high" or "low".
     marker_size: added to every marker's radius for the cut; twice the mean edge if None.
     size_adjustable: cut also what faces away by up to 135 degrees near a marker's plane, and let
@@ -60,7 +58,10 @@ def repair(
     flat_only: take all markers for flat and leave alone what stands on the surface.
     body_height: how far over its place a raised marker is looked for; 8 radii if None.
     leave_open: leave the cut of a marker that cannot be repaired open.
+    straight_rims: close markers on the scan's rim by one straight edge, not along its curve.
     whole_mesh: make a mesh of the whole scan; the same result, slower.
+    page_markers: so many markers, the worst, get a view in Report.page(), or all if None; with 0
+        nothing is kept for a page.
     threads: 0 for all processors; the result is the same to the bit.
     progress: called as progress(stage, fraction) when a stage begins, and with 1.0 at the end. What
         it raises before that passes through and leaves the output as it was; so does Ctrl-C, which
@@ -74,15 +75,15 @@ def repair(
         "flat_only": flat_only,
         "body_height": body_height,
         "leave_open": leave_open,
+        "straight_rims": straight_rims,
         "whole_mesh": whole_mesh,
+        "page_markers": page_markers,
         "threads": threads,
     }
     run = _kelvane.repair(
         os.fspath(scan), marker_rows(markers), os.fspath(output), options, progress
     )
-    report = Report(run)
-    _warn_of(report.to_dict()["not_kept"])
-    return report
+    return warned(Report(run, Path(scan).name))
 
 
 def find(
@@ -128,7 +129,8 @@ def cut(scan: PathLike, blocks: Blocks, output: PathLike) -> Dict[str, Any]:
     blocks: a file with the columns x, y, z, radius, or an array (k, 4).
     """
     report, not_kept = _kelvane.cut(os.fspath(scan), block_rows(blocks), os.fspath(output))
-    _warn_of(not_kept)
+    for line in not_kept:
+        warnings.warn(line, stacklevel=2)
     return parsed(report)
 
 

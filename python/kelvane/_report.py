@@ -3,15 +3,18 @@
 from __future__ import annotations
 
 import json
+import os
+import warnings
 from dataclasses import dataclass, field
-from typing import Any, Dict, Iterator, List, Sequence, Tuple, Union, overload
+from pathlib import Path
+from typing import Any, Dict, Iterator, List, Optional, Sequence, Tuple, Union, overload
 
 import numpy as np
 import numpy.typing as npt
 
 from . import _kelvane
 from ._html import report_html
-from ._markers import Marker, markers_of
+from ._markers import Marker, PathLike, markers_of
 
 
 def parsed(text: str) -> Dict[str, Any]:
@@ -27,8 +30,8 @@ class MarkerResult:
     number: from 1, as in the command's report.
     outcome: the cause by name, e.g. "repaired_loop"; words: the same in words.
     border_vertices, new_vertices, new_faces: 0 where there is no hole of the marker's own.
-    patch_vertices, patch_faces: the patch as (k, 3) float32 and (m, 3) int32, its new vertices
-        first and those of its border after them; without rows where there is none of its own.
+    patch_vertices, patch_faces: the patch with its border's vertices as (k, 3) float32 and (m, 3)
+        int32; without rows where there is none of its own.
     details: the marker's entry in to_dict().
     """
 
@@ -53,8 +56,9 @@ class Report(Sequence[MarkerResult]):
     seconds: the time of all stages.
     """
 
-    def __init__(self, run: _kelvane.Run) -> None:
+    def __init__(self, run: _kelvane.Run, title: str) -> None:
         self._run = run
+        self._title = title
         self._dict = parsed(run.json())
         self.repaired: int = self._dict["repaired"]
         self.unrepaired: int = self._dict["unrepaired"]
@@ -104,6 +108,14 @@ class Report(Sequence[MarkerResult]):
         """The command's JSON report, letter for letter."""
         return self._run.json()
 
+    def page(self, file: PathLike, title: Optional[str] = None) -> Path:
+        """Writes an HTML page that shows the places before and after, the worst first.
+
+        It is one file that needs no network. title: the scan's name if None. Returns the file.
+        """
+        self._run.write_page(os.fspath(file), self._title if title is None else title)
+        return Path(file)
+
     def __repr__(self) -> str:
         return f"<kelvane.Report: {self.repaired} of {len(self)} markers repaired>"
 
@@ -122,3 +134,11 @@ class Report(Sequence[MarkerResult]):
 
     def _repr_html_(self) -> str:
         return report_html(self._summary(), self._results)
+
+
+def warned(report: Report) -> Report:
+    """The report, of whose warnings the caller's caller has been told."""
+    told = report.to_dict()
+    for line in told["warnings"] + told["not_kept"]:
+        warnings.warn(line, stacklevel=3)
+    return report

@@ -154,8 +154,8 @@ py::tuple repair_typed(const ArraySurface<Real, Index>& surface, const FloatRows
     Splice splice;
     std::vector<Real> vertices;
     std::vector<Index> faces;
-    RepairRun run = run_repair(surface, markers_from(markers), repair_options_from(options),
-                               progress, [&](const Splice& made, RepairReport&) {
+    RepairRun run = run_repair(surface, markers_from(markers), options, progress,
+                               [&](const Splice& made, RepairReport&) {
                                    splice = made;
                                    vertices = spliced_vertices(surface, splice);
                                    faces = spliced_faces(surface, splice);

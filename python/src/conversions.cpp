@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 
 namespace kelvane_python {
@@ -39,7 +40,11 @@ std::vector<float> checked(const FloatRows& rows, std::size_t width, const char*
 template <class T>
 void take(const py::dict& values, const char* name, T& member) {
     if (values.contains(name)) {
-        member = values[name].template cast<T>();
+        try {
+            member = values[name].template cast<T>();
+        } catch (const py::cast_error&) {
+            throw py::type_error(std::string(name) + ": a value of another type is wanted");
+        }
     }
 }
 
@@ -89,9 +94,9 @@ std::vector<Block> blocks_from(const FloatRows& rows) {
 
 RepairOptions repair_options_from(const py::dict& values) {
     RepairOptions options;
-    if (values.contains("method")) {
-        options.method = method_called(values["method"].cast<std::string>());
-    }
+    std::string method = to_string(options.method);
+    take(values, "method", method);
+    options.method = method_called(method);
     take(values, "marker_size", options.marker_size);
     take(values, "size_adjustable", options.size_adjustable);
     take(values, "resolution", options.resolution);
@@ -99,8 +104,15 @@ RepairOptions repair_options_from(const py::dict& values) {
     take(values, "flat_only", options.flat_only);
     take(values, "body_height", options.body_height);
     take(values, "leave_open", options.leave_open);
+    take(values, "straight_rims", options.straight_rims);
     take(values, "whole_mesh", options.whole_mesh);
     return options;
+}
+
+std::size_t page_markers_from(const py::dict& values) {
+    std::optional<std::size_t> most;
+    take(values, "page_markers", most);
+    return most.value_or(std::numeric_limits<std::size_t>::max());
 }
 
 FindOptions find_options_from(const py::dict& values) {

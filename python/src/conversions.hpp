@@ -25,8 +25,11 @@ FloatRows rows_of(const std::vector<KVN::Marker>& markers);
 /// Rows of x, y, z, radius.
 std::vector<KVN::toolkit::Block> blocks_from(const FloatRows& rows);
 
-/// A dictionary of the members of RepairOptions by their names; the method by its own.
+/// A dictionary of the members of RepairOptions by their names; the method by its own. Throws
+/// TypeError for a value that does not fit.
 KVN::toolkit::RepairOptions repair_options_from(const py::dict& values);
+/// Their "page_markers": how many markers a page is to show; all for None or without an entry.
+std::size_t page_markers_from(const py::dict& values);
 /// The same for FindOptions.
 KVN::toolkit::FindOptions find_options_from(const py::dict& values);
 

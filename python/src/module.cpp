@@ -33,8 +33,8 @@ RepairRun repair(const std::string& file, const FloatRows& markers, const std::s
         check_scan_output(output);
         scan = open_scan(file);
     }
-    return run_repair(FileSurface(*scan), markers_from(markers), repair_options_from(options),
-                      progress, [&](const Splice& splice, RepairReport& report) {
+    return run_repair(FileSurface(*scan), markers_from(markers), options, progress,
+                      [&](const Splice& splice, RepairReport& report) {
                           report.not_kept = write_spliced(*scan, splice, output);
                       });
 }

@@ -2,11 +2,13 @@
 
 #include "conversions.hpp"
 
+#include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/job/repair_plan.hpp"
 #include "kelvane/toolkit/report/report_json.hpp"
 
 #include <algorithm>
 #include <map>
+#include <string>
 #include <utility>
 
 namespace kelvane_python {
@@ -43,6 +45,13 @@ Patch patch_of(const MarkerReport& marker, const Surface& surface, const Splice&
     return patch;
 }
 
+void write_run_page(const RepairRun& run, const std::string& file, const std::string& title) {
+    if (run.page.most_views == 0) {
+        throw InputError("the run has kept nothing for a page: page_markers was 0");
+    }
+    write_page(file, run.page, run.report, run.markers, title);
+}
+
 py::tuple patch_arrays(const RepairRun& run, std::size_t marker) {
     Patch patch = run.patches.at(marker);
     return py::make_tuple(array_of(std::move(patch.points), 3),
@@ -52,18 +61,23 @@ py::tuple patch_arrays(const RepairRun& run, std::size_t marker) {
 } // namespace
 
 RepairRun run_repair(const Surface& surface, std::vector<KVN::Marker> markers,
-                     const RepairOptions& options, const py::object& progress,
+                     const py::dict& options, const py::object& progress,
                      const std::function<void(const Splice&, RepairReport&)>& output) {
-    RepairRun run{std::move(markers), options, {}, {}};
+    RepairRun run;
+    run.markers = std::move(markers);
+    run.options = repair_options_from(options);
+    run.page.most_views = page_markers_from(options);
+    run.options.page = run.page.most_views > 0 ? &run.page : nullptr;
     Progress listener(listener_for(progress));
     const py::gil_scoped_release unlocked;
-    run.report = repair_surface(surface, run.markers, options, &listener,
+    run.report = repair_surface(surface, run.markers, run.options, &listener,
                                 [&](const Splice& splice, RepairReport& report) {
                                     for (const MarkerReport& marker : report.markers) {
                                         run.patches.push_back(patch_of(marker, surface, splice));
                                     }
                                     output(splice, report);
                                 });
+    run.options.page = nullptr; // which is about to move
     return run;
 }
 
@@ -76,7 +90,8 @@ void bind_repair_run(py::module_& module) {
              [](const RepairRun& run, std::size_t marker) {
                  return describe(run.report.markers.at(marker).outcome);
              })
-        .def("patch", &patch_arrays);
+        .def("patch", &patch_arrays)
+        .def("write_page", &write_run_page, py::call_guard<py::gil_scoped_release>());
 }
 
 } // namespace kelvane_python

@@ -122,6 +122,8 @@ class Kelvane(unittest.TestCase):
         html = report._repr_html_()
         self.assertEqual(html.count("<svg"), sum(m.new_faces > 0 for m in report))
         self.assertIn(f"<b>{report[-1].words}</b>", html)
+        page = report.page(self.path("page.html")).read_text()
+        self.assertIn("scan.ply", page)
         vertices, _ = read_ply(self.output)
         for m in report:
             self.assertEqual(len(m.patch_faces), m.new_faces)
@@ -191,6 +193,9 @@ class Kelvane(unittest.TestCase):
             (kelvane.InputError, "missing/x.ply", lambda: kelvane.info(missing)),
             (OSError, "cannot be written", lambda: kelvane.repair(scan, m, missing)),
             (ValueError, "no method is called 'best'", lambda: arrays(v, f, m, method="best")),
+            (TypeError, "threads", lambda: arrays(v, f, m, threads="two")),
+            (TypeError, "page_markers", lambda: arrays(v, f, m, page_markers=-1)),
+            (ValueError, "was 0", lambda: arrays(v, f, [], page_markers=0)[3].page(out)),
             (ValueError, "marker size", lambda: arrays(v, f, m, marker_size=-1.0)),
             (ValueError, "rows of 7 numbers", lambda: arrays(v, f, np.zeros((2, 6)))),
             (ValueError, "marker 1: the radius", lambda: arrays(v, f, [m[0]._replace(radius=0)])),
