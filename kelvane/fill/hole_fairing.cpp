@@ -13,10 +13,10 @@ int Orbrel::fairing(const std::vector<double>& neighbourhood, const int& neighbo
         scene.patch.empty()) {
         return -1;
     }
-    const Placement placement =
+    const int placement =
         fill::continue_surface(fill::HeightField(scene), fill::Finish::even, scene);
     fill::write_patch(scene, points, faces, normals, borderIndices);
-    return static_cast<int>(placement);
+    return placement;
 }
 
 } // namespace Mesh_M

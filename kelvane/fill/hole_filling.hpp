@@ -31,13 +31,25 @@ struct MyOFFDataNew {
     int innerCount = 0;           ///< number of points behind the border
 };
 
-/// How fillHole2 and fairing placed the inner points; the value of their non-negative results.
+/// How fillHole2 and fairing placed the inner points.
 enum class Placement {
     continued, ///< on a smooth height field learnt from the surroundings
-    blended,   ///< between that field and a fairing: the surroundings are rough
+    blended,   ///< between that field and a fairing: part of it could not be foretold
     faired,    ///< faired on the mesh: the surroundings are no height field
     unchanged  ///< where the patch had them: nothing else was sound
 };
+
+/// The non-negative results of fillHole2 and fairing: a placement and, of a blended one, the share
+/// of the fairing in percent, 0 to 100.
+constexpr int placement_result(Placement placement, int fairing_percent = 0) {
+    return static_cast<int>(placement) + 4 * fairing_percent;
+}
+constexpr Placement placement_of(int result) {
+    return static_cast<Placement>(result % 4);
+}
+constexpr int fairing_percent_of(int result) {
+    return result / 4;
+}
 
 /// The hole filler; has no state.
 class KELVANE_EXPORT Orbrel {
@@ -64,10 +76,13 @@ class KELVANE_EXPORT Orbrel {
     static int fillHoleWithoutFair(const std::vector<double>& border, MyOFFDataNew& patch);
 
     /// Fills the loop `border` as a continuation of the surface around it in position, tangent and
-    /// curvature. `neighbourhood` has twelve doubles per triangle of that surface: its normal and
-    /// its three corners, wound as the mesh is.
+    /// curvature. How well such a continuation foretells the border itself decides how much of it
+    /// is used; a fairing in position and tangent gives the rest. The triangles lie about the
+    /// surface, with the inner points up to an edge's sagitta above it where it is curved.
+    /// `neighbourhood` has twelve doubles per triangle of that surface: its normal and its three
+    /// corners, wound as the mesh is.
     ///
-    /// Returns a Placement as a number and fills the four lists: the patch's points, its triangles,
+    /// Returns a placement_result and fills the four lists: the patch's points, its triangles,
     /// one unit normal per triangle, and the indices of the points that are border points, whose
     /// coordinates are those given. On a negative result, as for two border points in one place,
     /// the four lists stay as they were.

@@ -81,9 +81,9 @@ int Orbrel::fillHole2(const std::vector<double>& neighbourhood, const std::vecto
         scene = around;
         fill::adopt_patch(patch, scene);
     }
-    const Placement placement = fill::continue_surface(field, fill::Finish::even, scene);
+    const int placement = fill::continue_surface(field, fill::Finish::even, scene);
     fill::write_patch(scene, points, faces, normals, borderIndices);
-    return static_cast<int>(placement);
+    return placement;
 }
 
 } // namespace Mesh_M

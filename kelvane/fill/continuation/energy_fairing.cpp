@@ -159,8 +159,7 @@ bool minimise(HoleScene& scene, const Mesh& mesh, FairingOrder order,
 
 } // namespace
 
-bool fair_by_energy(HoleScene& scene, FairingOrder order) {
-    constexpr int rounds = 4;
+bool fair_by_energy(HoleScene& scene, FairingOrder order, int rounds) {
     const Mesh mesh = join_parts(scene);
     std::vector<int> unknown(scene.points.size(), -1);
     int unknowns = 0;

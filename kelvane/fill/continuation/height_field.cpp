@@ -13,8 +13,6 @@ namespace {
 
 // Deviations below this share of an edge are no sign of an outlier.
 constexpr double resolution_share = 1e-3;
-// The plate costs the cube of its samples.
-constexpr std::size_t most_plate_samples = 140;
 
 double median_border_edge(const HoleScene& scene) {
     // The median: one long edge may close an open chain.
@@ -136,10 +134,6 @@ HeightField::HeightField(const HoleScene& scene) {
                     edge);
     all.rings = rings_of(scene, points);
     trust_ = trend_trust(trend_, all);
-    const SurfaceSamples beside = pick_rings(all, 0, 1, most_plate_samples);
-    if (trust_ < 1.0 && !plate_.fit(beside.places, beside.heights)) {
-        trust_ = 1.0;
-    }
     learnt_ = true;
 }
 

@@ -4,7 +4,6 @@
 #include "kelvane/fill/continuation/height_model.hpp"
 #include "kelvane/fill/continuation/neighbourhood_surface.hpp"
 #include "kelvane/fill/continuation/plane_frame.hpp"
-#include "kelvane/fill/continuation/plate_field.hpp"
 #include "kelvane/fill/continuation/residual_field.hpp"
 
 namespace Mesh_M::fill {
@@ -27,19 +26,15 @@ class HeightField {
     double trust() const { return trust_; }
 
     /// The height over a place of the plane.
-    double operator()(const Place& place) const {
-        const double plain = trust_ < 1.0 ? (1.0 - trust_) * plate_(place) : 0.0;
-        return plain + trust_ * (trend_(place) + correction_(place));
-    }
+    double operator()(const Place& place) const { return trend_(place) + correction_(place); }
 
     /// The part of the height that is known to be curved: the trend's, without its correction.
-    double trend(const Place& place) const { return trust_ * trend_(place); }
+    double trend(const Place& place) const { return trend_(place); }
 
   private:
     Frame frame_;
     HeightModel trend_;
     ResidualField correction_;
-    PlateField plate_;
     double trust_ = 1.0;
     bool learnt_ = false;
 };

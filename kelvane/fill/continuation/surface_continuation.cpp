@@ -3,6 +3,7 @@
 #include "kelvane/fill/continuation/energy_fairing.hpp"
 
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <set>
 #include <utility>
@@ -10,6 +11,9 @@
 namespace Mesh_M::fill {
 
 namespace {
+
+// Rounds after which a fairing from any start has settled.
+constexpr int settling_rounds = 4;
 
 Point triangle_area(const HoleScene& scene, const Triangle& t) {
     const Point& a = scene.points[static_cast<std::size_t>(t[0])];
@@ -84,25 +88,50 @@ bool is_sound(const HoleScene& scene, const std::vector<Point>& start, int start
     return count_folds(scene) <= start_folds;
 }
 
+// What the trend of the surroundings cannot be trusted for is left to their mere tangents. The
+// continued surface is so near to the fairing that one round of weights will do. False, with the
+// continued surface as it was, if the mean of both is not sound.
+bool blend_with_fairing(HoleScene& scene, const std::vector<Point>& start, int start_folds,
+                        double trust) {
+    const std::vector<Point> continued = scene.points;
+    if (fair_by_energy(scene, FairingOrder::biharmonic, 1)) {
+        for (std::size_t v = 0; v < continued.size(); ++v) {
+            if (scene.movable[v]) {
+                scene.points[v] = trust * continued[v] + (1.0 - trust) * scene.points[v];
+            }
+        }
+        if (is_sound(scene, start, start_folds)) {
+            return true;
+        }
+    }
+    scene.points = continued;
+    return false;
+}
+
 } // namespace
 
-Placement continue_surface(const HeightField& field, Finish finish, HoleScene& scene) {
+int continue_surface(const HeightField& field, Finish finish, HoleScene& scene) {
     const std::vector<Point> start = scene.points;
     const int folds = count_folds(scene);
     if (place_on_field(field, finish, scene) && is_sound(scene, start, folds)) {
-        return field.trust() < 1.0 ? Placement::blended : Placement::continued;
+        const bool blended = finish == Finish::even && field.trust() < 1.0 &&
+                             blend_with_fairing(scene, start, folds, field.trust());
+        const double fairing_share = blended ? 1.0 - field.trust() : 0.0;
+        return placement_result(blended ? Placement::blended : Placement::continued,
+                                static_cast<int>(std::lround(100.0 * fairing_share)));
     }
     scene.points = start;
-    if (is_surrounded(scene) && fair_by_energy(scene, FairingOrder::triharmonic) &&
+    if (is_surrounded(scene) && fair_by_energy(scene, FairingOrder::triharmonic, settling_rounds) &&
         is_sound(scene, start, folds)) {
-        return Placement::faired;
+        return placement_result(Placement::faired);
     }
     scene.points = start;
-    if (fair_by_energy(scene, FairingOrder::biharmonic) && is_sound(scene, start, folds)) {
-        return Placement::faired;
+    if (fair_by_energy(scene, FairingOrder::biharmonic, settling_rounds) &&
+        is_sound(scene, start, folds)) {
+        return placement_result(Placement::faired);
     }
     scene.points = start;
-    return Placement::unchanged;
+    return placement_result(Placement::unchanged);
 }
 
 } // namespace Mesh_M::fill

@@ -220,9 +220,8 @@ std::string MeshRun::placement_of(const RegionNote& region) const {
         return {};
     }
     const HoleNote& hole = notes().holes[static_cast<std::size_t>(region.hole)];
-    return hole.new_faces > 0 && hole.closing_result >= 0
-               ? describe(static_cast<Mesh_M::Placement>(hole.closing_result))
-               : "";
+    return hole.new_faces > 0 && hole.closing_result >= 0 ? describe_placement(hole.closing_result)
+                                                          : "";
 }
 
 std::vector<MarkerReport> MeshRun::reports() const {

@@ -4,12 +4,13 @@
 
 namespace KVN::toolkit {
 
-const char* describe(Mesh_M::Placement placement) {
-    switch (placement) {
+std::string describe_placement(int result) {
+    switch (Mesh_M::placement_of(result)) {
     case Mesh_M::Placement::continued:
         return "continues the smooth surface around it";
     case Mesh_M::Placement::blended:
-        return "between the surface around it and a fairing, since that surface is rough";
+        return "continues the surface around it by " +
+               std::to_string(100 - Mesh_M::fairing_percent_of(result)) + " %, the rest is faired";
     case Mesh_M::Placement::faired:
         return "faired, since the surface around it is no height field";
     case Mesh_M::Placement::unchanged:

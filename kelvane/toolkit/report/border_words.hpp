@@ -11,8 +11,9 @@ namespace KVN::toolkit {
 /// The refusal in words, e.g. "too few edges run against their faces".
 const char* describe(Refusal refusal);
 
-/// How a patch that was made with its surroundings in view came to its place, in words.
-const char* describe(Mesh_M::Placement placement);
+/// How a patch that was made with its surroundings in view came to its place, in words, e.g.
+/// "continues the surface around it by 60 %, the rest is faired". `result` is not negative.
+std::string describe_placement(int result);
 
 /// A verdict in words with figure and limit, e.g. "too few edges run against their faces: 0.5, more
 /// than 0.8 asked for".
