@@ -1,5 +1,6 @@
 #include "kelvane/toolkit/page/page_gathering.hpp"
 
+#include "kelvane/repair/parallel_holes.hpp"
 #include "kelvane/toolkit/page/place_drawing.hpp"
 
 #include <algorithm>
@@ -47,13 +48,13 @@ std::vector<std::size_t> worst_first(const std::vector<MarkerReport>& reports,
 void gather_page(const RepairedWindow& repaired, RepairPage& page) {
     const FaceList list = list_faces(repaired.window, repaired.splice);
     const FaceSearch search(list);
-    const auto count = static_cast<std::int64_t>(repaired.markers.size());
     std::vector<Place> places(repaired.markers.size());
-#pragma omp parallel for schedule(dynamic)
-    for (std::int64_t i = 0; i < count; ++i) {
-        const auto m = static_cast<std::size_t>(i);
+    std::vector<int> in_order(places.size());
+    std::iota(in_order.begin(), in_order.end(), 0);
+    for_each_hole(in_order, 0, [&](int marker) {
+        const auto m = static_cast<std::size_t>(marker);
         places[m] = look_at(search, repaired.markers[m], repaired.reports[m], repaired.margin);
-    }
+    });
     page.figures.clear();
     for (const Place& place : places) {
         page.figures.push_back(place.figures);
