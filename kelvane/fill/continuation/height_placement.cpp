@@ -34,9 +34,10 @@ double worst_shape(const HoleScene& scene, const PlanePatch& plane, std::size_t 
 void slide(HoleScene& scene, PlanePatch& plane, const HeightField& field) {
     const Frame& frame = field.frame();
     constexpr int sweeps = 8;
+    std::vector<char> settled(scene.points.size(), 0); // tried in vain, and nothing moved since
     for (int sweep = 0; sweep < sweeps; ++sweep) {
         for (std::size_t v = 0; v < scene.points.size(); ++v) {
-            if (!scene.movable[v]) {
+            if (!scene.movable[v] || settled[v]) {
                 continue;
             }
             Point centre = Point::Zero();
@@ -64,8 +65,14 @@ void slide(HoleScene& scene, PlanePatch& plane, const HeightField& field) {
             plane.places[v] = frame.place(old_point + step);
             scene.points[v] = frame.lift(plane.places[v], field(plane.places[v]));
             if (worst_shape(scene, plane, v) > before) {
+                for (const int f : plane.around(v)) {
+                    for (const int corner : scene.patch[static_cast<std::size_t>(f)]) {
+                        settled[static_cast<std::size_t>(corner)] = 0;
+                    }
+                }
                 continue;
             }
+            settled[v] = 1;
             plane.places[v] = old_place;
             scene.points[v] = old_point;
         }
