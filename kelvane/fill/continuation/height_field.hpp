@@ -22,14 +22,11 @@ class HeightField {
     /// The plane that heights are measured over.
     const Frame& frame() const { return frame_; }
 
-    /// Share of the trend in the field, 0 to 1; the plate has the rest.
+    /// How far the field can be trusted, 0 to 1: how well it foretold the row beside the hole.
     double trust() const { return trust_; }
 
     /// The height over a place of the plane.
     double operator()(const Place& place) const { return trend_(place) + correction_(place); }
-
-    /// The part of the height that is known to be curved: the trend's, without its correction.
-    double trend(const Place& place) const { return trend_(place); }
 
   private:
     Frame frame_;

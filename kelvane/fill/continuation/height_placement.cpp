@@ -1,6 +1,6 @@
 #include "kelvane/fill/continuation/height_placement.hpp"
 
-#include "kelvane/fill/continuation/facet_levelling.hpp"
+#include "kelvane/fill/continuation/border_lean.hpp"
 #include "kelvane/fill/continuation/plane_patch.hpp"
 
 #include <algorithm>
@@ -98,7 +98,6 @@ bool place_on_field(const HeightField& field, Finish finish, HoleScene& scene) {
     if (finish == Finish::even) {
         slide(scene, plane, field);
         lean_on_border(plane, field, scene);
-        level_facets(plane, field, scene);
     }
     return true;
 }
