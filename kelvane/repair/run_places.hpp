@@ -27,10 +27,9 @@ struct CutPlace {
     RunNotes& notes;                           ///< what has happened so far
 };
 
-/// After the search: every hole has its border and a copy of its surroundings, and nothing has been
-/// filled. Border points may be added: to `borders` and, at the same place, to `points`, with
-/// `boundary_counts` and the indices of `faces` brought up to date; vertices beyond which there is
-/// no surface are marked on_new_rim.
+/// After the search, before the fill: every hole has its border and a copy of its surroundings.
+/// Border points may be added to `borders` and `points`, with `boundary_counts` and the corners of
+/// `faces` brought up to date, and marked on_new_rim where there is no surface beyond them.
 struct SearchPlace {
     Mesh& mesh;                                 ///< as the stage left it
     std::vector<std::vector<_vert*>>& borders;  ///< per hole, in walking order
