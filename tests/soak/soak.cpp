@@ -237,7 +237,8 @@ int main(int argc, char** argv) {
         const bool numbered_anew = name.find("mirrored") != std::string::npos ||
                                    name.find("renumbered") != std::string::npos;
         good = good && tally.quantile(1.0) <= bound &&
-               tally.other_fates <= (numbered_anew ? numbering_share * tally.markers : 0.0);
+               tally.other_fates <=
+                   (numbered_anew ? std::max(1.0, numbering_share * tally.markers) : 0.0);
     }
     return good ? 0 : 1;
 }

@@ -175,7 +175,7 @@ TEST(BadUsage, IsRefusedInOneLine) {
     const std::pair<std::string, std::string> cases[] = {
         {"", "A subcommand is required"},
         {"mend scan.ply", "subcommand is required"},
-        {"repair scan.ply", "is required"},
+        {"repair scan.ply", "repair wants --output"},
         {"info missing.ply", "missing.ply: cannot be read: No such file"},
         {"info folder.ply", "folder.ply: cannot be read: Is a directory"},
         {run + "--method best", "--method"},

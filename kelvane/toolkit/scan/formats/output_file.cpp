@@ -130,15 +130,17 @@ void OutputFile::commit() {
     if (::fsync(descriptor_) != 0 && errno != EINVAL && errno != ENOTSUP && errno != EROFS) {
         refuse(errno);
     }
-    if (::close(std::exchange(descriptor_, -1)) != 0) {
-        refuse(errno);
-    }
     if (!temporary_.empty()) {
+        // Before the close, which gives up the lock: another output would take the file for one
+        // that a killed process has left.
         if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
             refuse(errno);
         }
         forget_temporary_file(temporary_);
         temporary_.clear();
+    }
+    if (::close(std::exchange(descriptor_, -1)) != 0) {
+        refuse(errno);
     }
 }
 
