@@ -14,8 +14,8 @@ struct SourceFile {
     [[noreturn]] void fail(const std::string& what) const;
 };
 
-/// Reads a file, pipe or device to its end, or standard input by its name. Throws InputError if it is missing, a directory or
-/// empty, SystemError if the system refuses.
+/// Reads a file, pipe or device to its end, or standard input by its name. Throws InputError if it
+/// is missing, a directory or empty, SystemError if the system refuses.
 SourceFile load_source(const std::filesystem::path& file);
 
 /// The extension of a file name in lower case, with its dot.
