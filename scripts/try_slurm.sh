@@ -52,8 +52,11 @@ echo "task 3 killed: $state, $(find array -name '*.ply' | wc -l) of 40 outputs, 
 kelvane batch array.csv --merge --quiet 2>&1 | tail -n 1 || true
 
 scontrol requeue "${job}_3"
-scontrol update JobId="${job}_3" StartTime=now # a requeued task is held for two minutes otherwise
-while [ -n "$(squeue -h -j "$job")" ]; do sleep 0.2; done
+while [ -n "$(squeue -h -j "$job")" ]; do
+    # Slurm holds a requeued task for two minutes, from when it sees fit.
+    scontrol update JobId="${job}_3" StartTime=now 2>/dev/null || true
+    sleep 0.5
+done
 cat task-3.log
 
 echo "== compared"
