@@ -7,10 +7,12 @@
 #include "kelvane/toolkit/job/marker_files.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
 #include "kelvane/toolkit/synthesis/synthetic_scan.hpp"
+#include "kelvane/toolkit/text_file.hpp"
 
 #include <nlohmann/json.hpp>
 
 #include <functional>
+#include <future>
 #include <map>
 
 using namespace KVN::toolkit;
@@ -210,6 +212,20 @@ TEST_F(Batch, ShardsJoin) {
     EXPECT_TRUE(has(test::content(folder / "jobs.batch/report.csv"),
                     "\n2,scan.ply,markers.csv,out/0.ply,done,1,0,"));
     EXPECT_EQ(run("--shard 2/2").status, 2);
+}
+
+TEST(Outputs, OfThreadsInOneFolderDisturbNobody) {
+    const test::Folder folder;
+    const auto write = [&folder](const std::string& name) {
+        for (int i = 0; i < 200; ++i) {
+            check_output(folder / name);
+            write_text(folder / name, name);
+        }
+    };
+    auto other = std::async(std::launch::async, write, "a");
+    EXPECT_NO_THROW(write("b"));
+    EXPECT_NO_THROW(other.get());
+    EXPECT_EQ(folder.entries(), 2U);
 }
 
 TEST_F(Batch, KilledAtAnyMomentEndsWithTheSameFiles) {

@@ -86,12 +86,12 @@ OutputFile::OutputFile(const std::filesystem::path& target)
 }
 
 OutputFile::~OutputFile() {
-    if (descriptor_ >= 0) {
-        ::close(descriptor_);
-    }
     if (!temporary_.empty()) {
         ::unlink(temporary_.c_str());
         forget_temporary_file(temporary_);
+    }
+    if (descriptor_ >= 0) {
+        ::close(descriptor_); // last: once it is not locked, another output may take the name
     }
 }
 

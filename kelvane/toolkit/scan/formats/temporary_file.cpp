@@ -58,8 +58,11 @@ bool is_temporary_name(const std::string& name) {
 void remove_if_abandoned(const std::string& name) {
     const int file = ::open(name.c_str(), O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
     struct stat state {};
+    struct stat named {};
+    // Before the lock was had, the file may have been renamed and its name given to another one.
     if (file >= 0 && ::fstat(file, &state) == 0 && S_ISREG(state.st_mode) &&
-        ::flock(file, LOCK_EX | LOCK_NB) == 0) {
+        ::flock(file, LOCK_EX | LOCK_NB) == 0 && ::lstat(name.c_str(), &named) == 0 &&
+        named.st_ino == state.st_ino && named.st_dev == state.st_dev) {
         ::unlink(name.c_str());
     }
     if (file >= 0) {
