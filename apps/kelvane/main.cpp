@@ -53,18 +53,18 @@ class ExitStatus {
   public:
     ExitStatus() { std::atexit(end); }
     int leave(int status) {
-        is_ours_ = true;
+        is_ours = true;
         return status;
     }
 
   private:
     static void end() {
-        if (!is_ours_) {
+        if (!is_ours) {
             KVN::toolkit::remove_temporary_files();
             std::_Exit(refused);
         }
     }
-    static inline bool is_ours_ = false;
+    static inline bool is_ours = false;
 };
 
 int fail(int status, const char* message) {
