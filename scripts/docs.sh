@@ -17,5 +17,5 @@ cmake -S . -B build/docs/cmake "${generator[@]}" -DCMAKE_BUILD_TYPE=Release -DKE
 cmake --build build/docs/cmake -j "$(build_jobs)" --target kelvane toolkit
 cmake --install build/docs/cmake --prefix "$scratch" --component dev >/dev/null
 KELVANE_DOCS_OUTPUT=build/docs KELVANE_DOCS_ROOT="$scratch/include" \
-    KELVANE_DOCS_INPUT="$scratch/include README.md" doxygen docs/Doxyfile
+    KELVANE_DOCS_INPUT="$scratch/include" doxygen docs/Doxyfile
 echo "build/docs/html/index.html"

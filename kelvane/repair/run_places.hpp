@@ -59,10 +59,10 @@ struct JoinPlace {
 
 /// After the last solve of the fairing, before its first vertex is moved.
 struct FairPlace {
-    const std::vector<_vert*>& border;
+    const std::vector<_vert*>& border; ///< in walking order
     /// The patch's free vertices and where they are to go; empty where no solution was found.
     const std::vector<std::pair<_vert*, MemS::Point3v<float>>>& moves;
-    const HoleNote& note;
+    const HoleNote& note; ///< of this hole
 };
 
 /// What is called at each place; an empty function is passed over.

@@ -23,12 +23,12 @@ KELVANE_EXPORT const char* to_string(JobState state);
 
 /// What a job has come to.
 struct JobResult {
-    JobState state = JobState::done;
-    std::string message; ///< one line, of a job that failed
-    int repaired = 0;    ///< markers
-    int unrepaired = 0;
-    double seconds = 0.0;
-    std::string report; ///< JSON object, of a job that is done
+    JobState state = JobState::done; ///< how it ended
+    std::string message;             ///< one line, of a job that failed
+    int repaired = 0;                ///< markers
+    int unrepaired = 0;              ///< markers
+    double seconds = 0.0;            ///< of wall time
+    std::string report;              ///< JSON object, of a job that is done
 };
 
 /// Files as they were at some moment: size and time of the last change by name.
@@ -44,6 +44,7 @@ class KELVANE_EXPORT BatchRecords {
     /// Makes the folder if need be; throws SystemError if the system refuses.
     BatchRecords(std::filesystem::path folder, std::string version);
 
+    /// Where the records are.
     const std::filesystem::path& folder() const { return folder_; }
 
     /// The result of a job that need not be done again, or of its last failure.

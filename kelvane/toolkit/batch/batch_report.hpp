@@ -12,14 +12,15 @@ namespace KVN::toolkit {
 
 /// What the records say of a list, in its order.
 struct KELVANE_EXPORT BatchReport {
+    /// One job and what came of it.
     struct Entry {
         const BatchJob* job;             ///< of the list that was given
         std::optional<JobResult> result; ///< none: missing, not done or no longer as it was done
     };
-    std::vector<Entry> entries;
+    std::vector<Entry> entries; ///< one per job, in the order of the list
 
-    std::size_t missing() const;
-    std::size_t count(JobState state) const;
+    std::size_t missing() const;             ///< jobs without a result
+    std::size_t count(JobState state) const; ///< jobs that ended so
     /// True if a marker of a job that is done is left.
     bool markers_left() const;
 

@@ -14,8 +14,9 @@
 
 namespace KVN::toolkit {
 
+/// How a batch is to be run.
 struct BatchOptions {
-    Shard shard;
+    Shard shard; ///< the jobs that are this process's own
     /// Does again what is complete.
     bool again = false;
     /// Threads of all jobs together. As many jobs run at the same time, and a job has more than one
@@ -28,10 +29,10 @@ struct BatchOptions {
 
 /// How far a batch is, in jobs of its shard.
 struct BatchCounts {
-    std::size_t jobs = 0;
+    std::size_t jobs = 0;     ///< all of the shard
     std::size_t complete = 0; ///< before the batch began
     std::size_t done = 0;     ///< by it
-    std::size_t failed = 0;
+    std::size_t failed = 0;   ///< by it, with bad input or refused
 };
 
 /// Does one job with so many threads. What it throws becomes the job's result: InputError and

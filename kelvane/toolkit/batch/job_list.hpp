@@ -13,10 +13,10 @@ namespace KVN::toolkit {
 
 /// One line of a list. Paths are as they stand there: relative to the working directory.
 struct BatchJob {
-    std::size_t line = 0; ///< of the list, from 1
-    std::filesystem::path scan;
+    std::size_t line = 0;          ///< of the list, from 1
+    std::filesystem::path scan;    ///< to be repaired
     std::filesystem::path markers; ///< empty: an option tells where markers come from
-    std::filesystem::path output;
+    std::filesystem::path output;  ///< to be written
     /// What the further columns say, without empty fields: names of options, without dashes, and
     /// their values.
     std::vector<std::pair<std::string, std::string>> options;

@@ -12,8 +12,9 @@ namespace KVN::toolkit {
 /// Every `count`-th job, beginning with number `index`: each job belongs to exactly one index.
 struct Shard {
     std::size_t index = 0; ///< below count
-    std::size_t count = 1;
+    std::size_t count = 1; ///< of all shards
 
+    /// Whether a job, counted from 0, belongs to it.
     bool holds(std::size_t job) const { return job % count == index; }
 };
 

@@ -16,8 +16,8 @@ struct FindOptions {
     /// by an edge or so.
     std::optional<double> radius;
     std::optional<double> radius_min; ///< of round holes; comes before `radius`
-    std::optional<double> radius_max;
-    double inner = 0.6;       ///< painted markers: radius of the inner disc, in radii
+    std::optional<double> radius_max; ///< of round holes; comes before `radius`
+    double inner = 0.6;               ///< painted markers: radius of the inner disc, in radii
     bool dark_inside = false; ///< painted markers: black disc in a white ring, not white in black
 };
 

@@ -14,8 +14,8 @@ struct DryRun {
     /// What goes with one marker: the cut, and a body that stands there. Where cuts run together it
     /// is counted for the marker that is nearest, in radii.
     struct Cut {
-        std::int64_t vertices = 0;
-        std::int64_t faces = 0;
+        std::int64_t vertices = 0; ///< that go
+        std::int64_t faces = 0;    ///< that go
     };
     RepairReport report;   ///< as repair_file() would give it
     std::vector<Cut> cuts; ///< one per marker

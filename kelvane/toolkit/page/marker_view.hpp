@@ -23,8 +23,8 @@ struct MarkerView {
     float step = 0.0F;             ///< length that one unit of `positions` stands for
     float farthest = 0.0F;         ///< distance that 255 in `distances` stands for
 
-    std::uint32_t shared_points = 0;
-    std::uint32_t gone_points = 0;
+    std::uint32_t shared_points = 0;                    ///< on both surfaces
+    std::uint32_t gone_points = 0;                      ///< of the old surface alone
     std::vector<std::array<std::int16_t, 3>> positions; ///< from `origin`, in steps
 
     std::vector<Corners> shared_faces; ///< on both surfaces
@@ -42,6 +42,7 @@ struct MarkerView {
     std::vector<std::uint8_t> bends_before;
     std::vector<std::uint8_t> bends_after; ///< shared points, then new ones
 
+    /// Of the new surface alone.
     std::uint32_t new_points() const {
         return static_cast<std::uint32_t>(positions.size()) - shared_points - gone_points;
     }
