@@ -68,7 +68,7 @@ if(TARGET toolkit)
         PATTERN job_queue.hpp EXCLUDE
         REGEX "bodies/(base_fit|body_removal|marker_cylinder|place_look)\\.hpp" EXCLUDE
         REGEX "find/(boundary_loops|vertex_grid|vertex_normals)\\.hpp" EXCLUDE
-        REGEX "job/(coarse_coordinates|mesh_run|output_capture|patch_bound|patch_blame|patch_mending|patch_soundness|repair_plan|run_access|scan_counts|stage_clock|team_size|working_scale)\\.hpp" EXCLUDE
+        REGEX "job/(coarse_coordinates|mesh_run|output_capture|patch_bound|patch_blame|patch_mending|repair_plan|run_access|scan_counts|stage_clock|team_size|working_scale)\\.hpp" EXCLUDE
         REGEX "page/(edge_bends|face_list|page_gathering|page_texts|place_drawing|place_measuring)\\.hpp" EXCLUDE
         REGEX "report/border_words\\.hpp" EXCLUDE
         REGEX "rims/(rim_closing|rim_curve)\\.hpp" EXCLUDE

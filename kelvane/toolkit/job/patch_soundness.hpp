@@ -11,8 +11,8 @@ namespace KVN::toolkit {
 
 /// A patch that is about to be joined to a mesh.
 struct PatchCandidate {
-    const std::vector<Mesh_M::MyPoint3>& points;
-    const std::vector<Mesh_M::MyFace>& faces;
+    const std::vector<Mesh_M::MyPoint3>& points;  ///< border and new ones
+    const std::vector<Mesh_M::MyFace>& faces;     ///< over `points`
     const std::vector<Mesh_M::MyPoint3>* normals; ///< one per face; null: not given
     /// Per point, its place in the border, or -1 for a new vertex.
     const std::vector<int>& border_place;
