@@ -308,6 +308,31 @@ RepairMetrics measure_repair(const TriangleMesh& scan, const RepairedMesh& repai
     return result;
 }
 
+namespace {
+
+/// Vertices that the cuts leave alone: outside of all of them, and with a face that is.
+std::vector<char> out_of_reach(const TriangleMesh& scan, const std::vector<Vector3d>& centres,
+                               const std::vector<double>& reaches) {
+    std::vector<char> within(scan.vertices(), 0);
+    for (int v = 0; v < scan.vertices(); ++v) {
+        for (std::size_t m = 0; m < centres.size() && !within[v]; ++m) {
+            within[v] = (scan.vertex(v) - centres[m]).norm() <= reaches[m] * (1 + 1e-6);
+        }
+    }
+    std::vector<char> outside(scan.vertices(), 0);
+    for (int f = 0; f < scan.faces(); ++f) {
+        const auto corners = scan.face(f);
+        if (std::none_of(corners.begin(), corners.end(), [&](int v) { return within[v]; })) {
+            for (const int v : corners) {
+                outside[v] = 1;
+            }
+        }
+    }
+    return outside;
+}
+
+} // namespace
+
 bool untouched_vertices_kept(const TriangleMesh& scan, const RepairedMesh& repaired,
                              const std::vector<Vector3d>& centres,
                              const std::vector<double>& reaches) {
@@ -326,12 +351,9 @@ bool untouched_vertices_kept(const TriangleMesh& scan, const RepairedMesh& repai
         last = from;
         kept[from] = 1;
     }
+    const std::vector<char> outside = out_of_reach(scan, centres, reaches);
     for (int v = 0; v < scan.vertices(); ++v) {
-        bool within = false;
-        for (std::size_t m = 0; m < centres.size() && !within && !kept[v]; ++m) {
-            within = (scan.vertex(v) - centres[m]).norm() <= reaches[m] * (1 + 1e-6);
-        }
-        if (!kept[v] && !within) {
+        if (!kept[v] && outside[v]) {
             return false;
         }
     }
