@@ -34,11 +34,20 @@ chroot "$bare" sh -euc '
     if dpkg -l | grep -qi " libvtk"; then echo "VTK came along" >&2; exit 1; fi
     cd /tmp
     kelvane demo demo
-    kelvane repair demo/scan.ply --markers demo/markers.csv --output demo/clean.ply | tail -n 2
-    kelvane compare demo/clean.ply demo/truth.ply --markers demo/markers.csv | tail -n 1
+    kelvane repair demo/scan.ply --markers demo/markers.csv --output demo/clean.ply --page demo/command.html \
+        2>/dev/null | tail -n 2
+    kelvane compare demo/clean.ply demo/truth.ply --markers demo/markers.csv 2>/dev/null | tail -n 1
     if [ -x /usr/bin/python3 ]; then
         python3 -c "
 import kelvane
-print(kelvane.repair(\"demo/scan.ply\", \"demo/markers.csv\", \"demo/python.ply\"))"
-        cmp demo/clean.ply demo/python.ply
+report = kelvane.repair(\"demo/scan.ply\", \"demo/markers.csv\", \"demo/python.ply\")
+print(report, report.page(\"demo/python.html\"), sep=\"\n\")" | tail -n 2
+        cmp demo/clean.ply demo/python.ply && echo "the same from Python"
     fi'
+if command -v chromium >/dev/null; then
+    for page in "$bare"/tmp/demo/*.html; do
+        /usr/bin/python3 scripts/look.py "$page" build/package/pictures | tail -n 1
+    done
+else
+    echo "the pages were not looked at: chromium is not installed"
+fi
