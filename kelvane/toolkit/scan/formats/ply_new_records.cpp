@@ -58,7 +58,7 @@ double PlyNewRecords::mixed_value(std::size_t k, std::size_t place) const {
 
 std::string PlyNewRecords::vertex(std::size_t k, const std::string& line_end) const {
     std::size_t axes[3];
-    std::size_t normal_axes[3];
+    std::size_t normal_axes[3] = {};
     vertex_.find_three({"x", "y", "z"}, axes);
     std::array<double, 3> normal{};
     const bool normals = vertex_.find_three({"nx", "ny", "nz"}, normal_axes);
