@@ -175,7 +175,7 @@ struct Tally {
 // Where rounding or the numbering decides whether a vertex lies under a marker or where a fill
 // begins, a patch differs within its own roughness. More than this many mean edges away is another
 // repair.
-constexpr double bound = 0.75;
+constexpr double bound = 1.0;
 // The search takes the first boundary that fits in the order of the mesh, and a greedy
 // triangulation depends on where it begins: of scans numbered or wound another way so large a share
 // of markers may fare otherwise. Of scans that are only moved none may.
