@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Builds the Debian packages, installs those that a user needs in a bare Debian 12 and repairs a scan there:
-# scripts/try_packages.sh [ROOT]. ROOT is a folder with a bare system, made by debootstrap if it is not there;
+# Builds the Debian packages, installs those that a user needs in a bare Debian 12 and repairs a scan there; then
+# builds the Python package by pip in a virtual environment: scripts/try_packages.sh [ROOT]. ROOT is a folder with a bare system, made by debootstrap if it is not there;
 # needs to be root, and the network.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -50,4 +50,12 @@ if command -v chromium >/dev/null; then
     done
 else
     echo "the pages were not looked at: chromium is not installed"
+fi
+
+if [ "$python" = ON ]; then
+    venv=$(mktemp -d)
+    trap 'rm -rf "$venv"' EXIT
+    /usr/bin/python3 -m venv --system-site-packages "$venv"
+    "$venv/bin/pip" install --quiet --no-build-isolation "$root"
+    (cd "$venv" && bin/python "$root/examples/python/numpy_arrays.py" | tail -n 1)
 fi
