@@ -97,7 +97,7 @@ class Comparison {
     template <class Reaches>
     std::string taken_elsewhere(const Reaches& reaches) const {
         const bool near = std::all_of(gone_.begin(), gone_.end(), [&](const Corners& f) {
-            return std::any_of(f.begin(), f.end(), reaches) || replaced(f);
+            return std::any_of(f.begin(), f.end(), reaches) || refusable(f);
         });
         return near ? "" : "a face is gone that no cut reaches";
     }
@@ -185,13 +185,17 @@ class Comparison {
         return v < old ? &scan_.positions[3 * v] : &splice_.positions[3 * (v - old)];
     }
 
-    /// Whether a new face stands where the old one `f` was.
-    bool replaced(Corners f) const {
-        std::sort(f.begin(), f.end());
-        return std::any_of(splice_.faces.begin(), splice_.faces.end(), [&](Corners g) {
-            std::sort(g.begin(), g.end());
-            return f == g;
-        });
+    /// Whether a mesh may have refused the face, which then gives way to a patch: an edge of it has
+    /// more than two faces, or two that run the same way.
+    bool refusable(const Corners& f) const {
+        for (std::size_t i = 0; i < 3 && !degenerate(f); ++i) {
+            const std::uint32_t a = f[i], b = f[(i + 1) % 3];
+            const Uses& uses = before_.at(std::minmax(a, b));
+            if (uses.upward > 1 || uses.downward > 1) {
+                return true;
+            }
+        }
+        return degenerate(f);
     }
 
     const Scan& scan_;

@@ -20,7 +20,8 @@ struct CheckedRepair {
 ///   - windows and whole mesh give the same to the bit, and the mesh repaired in place is sound;
 ///   - vertices and faces that stay keep their bits and their order;
 ///   - with `flat_only` and without `leave_open`, only faces that the cut of a repaired marker
-///     reaches are gone: places that were not repaired are as they were;
+///     reaches are gone, or such as a mesh refuses, where a patch takes their place: places that
+///     were not repaired are as they were;
 ///   - no edge has more than two faces that had not as many before, and no new face is turned
 ///     against a neighbour;
 ///   - without `leave_open`, no edge between old vertices is left open;
