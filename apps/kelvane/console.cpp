@@ -22,6 +22,7 @@ using KVN::toolkit::Stage;
 namespace {
 
 std::atomic<Progress*> interruptible{nullptr};
+std::atomic<bool> ending{false};
 
 extern "C" void end_by_signal(int number) {
     if (number == SIGINT) {
@@ -29,6 +30,9 @@ extern "C" void end_by_signal(int number) {
             progress->cancel();
             return;
         }
+    }
+    while (ending.exchange(true)) {
+        ::pause(); // another thread has caught one and ends the process
     }
     KVN::toolkit::remove_temporary_files();
     constexpr char line[] = "kelvane: ended by a signal\n";
@@ -52,6 +56,7 @@ void guard_process() {
         if (action.sa_handler != SIG_IGN) {
             action = {};
             action.sa_handler = end_by_signal;
+            sigfillset(&action.sa_mask); // none may come between while it ends the process
             action.sa_flags = SA_RESTART;
             sigaction(number, &action, nullptr);
         }
