@@ -57,12 +57,15 @@ std::vector<_vert*> MarkerCylinder::vertices(const Mesh& mesh, const VerticesNea
     constexpr double most_slices = 16; // to either side, however high the cylinder is
     const double step = std::max(2 * radius_, half_height_ / most_slices);
     const double ball = std::hypot(radius_, step / 2) * reserve;
-    for (double z = 0; z - step / 2 <= half_height_; z += step) {
-        for (const double height : {z, -z}) {
-            const Eigen::Vector3f c = (centre_ + height * axes_.row(2).transpose()).cast<float>();
-            const std::vector<int> more = near(c.x(), c.y(), c.z(), ball);
-            found.insert(found.end(), more.begin(), more.end());
-        }
+    const auto ask = [&](double height) {
+        const Eigen::Vector3f c = (centre_ + height * axes_.row(2).transpose()).cast<float>();
+        const std::vector<int> more = near(c.x(), c.y(), c.z(), ball);
+        found.insert(found.end(), more.begin(), more.end());
+    };
+    ask(0);
+    for (double z = step; z - step / 2 <= half_height_; z += step) {
+        ask(z);
+        ask(-z);
     }
     std::sort(found.begin(), found.end());
     found.erase(std::unique(found.begin(), found.end()), found.end());

@@ -25,8 +25,8 @@ std::vector<std::string> warnings(const RunNotes& notes) {
                 const auto& b = face->verts[(k + 1) % 3]->pos;
                 largest = std::fmax(largest, std::fmax(std::fabs(a.x), std::fabs(a.y)));
                 largest = std::fmax(largest, std::fabs(a.z));
-                const double length =
-                    std::hypot(double(a.x) - b.x, double(a.y) - b.y, double(a.z) - b.z);
+                const double x = double(a.x) - b.x, y = double(a.y) - b.y, z = double(a.z) - b.z;
+                const double length = std::sqrt(x * x + y * y + z * z); // no float overflows it
                 if (std::isfinite(length)) {
                     sum += length;
                     ++edges;

@@ -40,6 +40,7 @@ class ScaledSurface : public Surface {
     std::uint64_t face_count() const override { return surface_.face_count(); }
     std::uint64_t short_faces() const override { return surface_.short_faces(); }
     bool loose_corners() const override { return surface_.loose_corners(); }
+    bool has_properties() const override { return surface_.has_properties(); }
     void positions_into(std::uint64_t first, std::uint64_t count, float* positions) const override;
     void corners_into(std::uint64_t first, std::uint64_t count, std::vector<std::int32_t>& corners,
                       std::vector<std::uint64_t>& records) const override {

@@ -42,6 +42,10 @@ class KELVANE_EXPORT OpenScan {
     /// Whether vertices carry normals: a splice for this file should then bring normals along.
     virtual bool has_normals() const { return false; }
 
+    /// Whether records may hold more than coordinates and corners: a splice for this file should
+    /// then tell where new ones grow from.
+    virtual bool has_properties() const { return true; }
+
     /// Writes x, y, z of `count` vertices from `first` on to `positions`. float coordinates keep
     /// their bits, doubles are narrowed.
     virtual void positions_into(std::uint64_t first, std::uint64_t count,

@@ -20,6 +20,9 @@ struct Splice {
     std::vector<std::uint32_t> vertices_gone; ///< ascending
     /// Face records, ascending. Records that name a vertex that is gone go too, listed or not.
     std::vector<std::uint64_t> faces_gone;
+    /// Every record that names a vertex that is gone is listed: who wants their number need not
+    /// look through all faces.
+    bool lists_all_faces = false;
 
     std::vector<float> positions; ///< x, y, z per new vertex
     /// Corners of the new faces: an index below the scan's vertex count is an old vertex, one that

@@ -8,7 +8,11 @@ namespace KVN::toolkit {
 
 namespace {
 
-constexpr int most_cells = 64; // per axis: a million bytes or so of grid at most
+// Most points of a scan lie in no capsule: cells well below a capsule's width tell that without a
+// look at any of them.
+constexpr double cells_per_width = 4.0;
+constexpr double most_cells_along = 8.0; // a capsule, which may be far longer than wide
+constexpr double most_cells = 1 << 18; // a million bytes of grid
 
 bool is_finite(const Capsule& capsule) {
     double sum = capsule.radius;
@@ -38,6 +42,20 @@ bool inside(const Capsule& capsule, const float* point) {
     return distance2 <= capsule.radius * capsule.radius;
 }
 
+/// Cells per axis of a grid over a box of this size, roughly cubes with the given side or more.
+std::array<int, 3> cells_over(const std::array<double, 3>& extent, double side) {
+    for (;; side *= 1.5) {
+        std::array<double, 3> cells{1.0, 1.0, 1.0};
+        for (std::size_t k = 0; k < 3; ++k) {
+            cells[k] = side > 0.0 ? std::max(1.0, std::ceil(extent[k] / side)) : 1.0;
+        }
+        if (cells[0] * cells[1] * cells[2] <= most_cells) {
+            return {static_cast<int>(cells[0]), static_cast<int>(cells[1]),
+                    static_cast<int>(cells[2])};
+        }
+    }
+}
+
 } // namespace
 
 Reach::Reach(const std::vector<Capsule>& capsules) {
@@ -51,18 +69,22 @@ Reach::Reach(const std::vector<Capsule>& capsules) {
         return static_cast<double>(std::max(c.from[k], c.to[k])) + c.radius;
     };
     double widest = 0.0;
+    double longest = 0.0;
     for (const Capsule& c : capsules_) {
         for (int k = 0; k < 3; ++k) {
             lower_[k] = std::min(lower_[k], low(c, k));
             upper_[k] = std::max(upper_[k], high(c, k));
-            widest = std::max(widest, high(c, k) - low(c, k));
+            longest = std::max(longest, high(c, k) - low(c, k));
         }
+        widest = std::max(widest, 2.0 * c.radius);
     }
-    for (int k = 0; k < 3; ++k) {
-        const double extent = upper_[k] - lower_[k];
-        const double wanted = widest > 0.0 ? std::ceil(extent / widest) : 1.0;
-        cells_[k] = static_cast<int>(std::clamp(wanted, 1.0, static_cast<double>(most_cells)));
-        per_cell_[k] = extent > 0.0 ? cells_[k] / extent : 0.0;
+    std::array<double, 3> extent{};
+    for (std::size_t k = 0; k < 3 && !capsules_.empty(); ++k) {
+        extent[k] = upper_[k] - lower_[k];
+    }
+    cells_ = cells_over(extent, std::max(widest / cells_per_width, longest / most_cells_along));
+    for (std::size_t k = 0; k < 3; ++k) {
+        per_cell_[k] = extent[k] > 0.0 ? cells_[k] / extent[k] : 0.0;
     }
     const auto each_cell = [&](const Capsule& c, const auto& visit) {
         for (int z = cell(low(c, 2), 2); z <= cell(high(c, 2), 2); ++z) {
@@ -89,8 +111,8 @@ Reach::Reach(const std::vector<Capsule>& capsules) {
 }
 
 int Reach::cell(double value, int axis) const {
-    const double at = (value - lower_[axis]) * per_cell_[axis];
-    return static_cast<int>(std::clamp(at, 0.0, static_cast<double>(cells_[axis] - 1)));
+    const double at = (value - lower_[axis]) * per_cell_[axis]; // not negative
+    return at < cells_[axis] ? static_cast<int>(at) : cells_[axis] - 1;
 }
 
 bool Reach::holds(const float* point) const {

@@ -5,6 +5,7 @@
 #include "kelvane/toolkit/windows/splice_fates.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <set>
 #include <utility>
 
@@ -52,9 +53,11 @@ class SpliceMaker {
     /// Lists the vertices and face records that go. A record goes with any of its triangles; those
     /// of its triangles that would have stayed come back as new faces.
     void list_what_goes() {
+        splice_.lists_all_faces = true;
         for (std::size_t v = 0; v < vertex_goes_.size(); ++v) {
             if (vertex_goes_[v] != 0) {
                 splice_.vertices_gone.push_back(window_.vertices[v]);
+                splice_.lists_all_faces = splice_.lists_all_faces && window_.complete[v] != 0;
             }
         }
         for (std::size_t begin = 0; begin < window_.records.size();) {
@@ -83,20 +86,28 @@ class SpliceMaker {
 
     /// The new vertices on the rim that one hole got before it was filled.
     void add_rim(const HoleNote& hole, const std::vector<_vert*>& border) {
-        const PatchOrigins origins(border, hole.rim_vertices);
+        const std::optional<PatchOrigins> origins = origins_of(hole, border);
         for (std::int32_t i = 0; i < hole.rim_vertices; ++i) {
             const _vert* v = *(border.end() - hole.rim_vertices + i);
-            add_vertex(*v, v->index, origins.of_rim_vertex(i));
+            add_vertex(*v, v->index);
+            if (origins) {
+                add_origins(origins->of_rim_vertex(i));
+            }
         }
     }
 
     /// The patch of one hole. All rims come before, as in the store.
     void add_patch(const HoleNote& hole, const std::vector<_vert*>& border) {
-        PatchOrigins origins(border, hole.rim_vertices);
-        origins.list_faces([&](const _face* face) { return stays(face); });
+        std::optional<PatchOrigins> origins = origins_of(hole, border);
+        if (origins) {
+            origins->list_faces([&](const _face* face) { return stays(face); });
+        }
         for (std::int32_t i = 0; i < hole.new_vertices; ++i) {
             const _vert& v = mesh_.vertices.at(hole.first_vertex + i);
-            add_vertex(v, hole.first_vertex + i, origins.of_vertex(v.pos));
+            add_vertex(v, hole.first_vertex + i);
+            if (origins) {
+                add_origins(origins->of_vertex(v.pos));
+            }
         }
         for (std::int32_t i = 0; i < hole.new_faces; ++i) {
             const _face& face = mesh_.faces.at(hole.first_face + i);
@@ -105,8 +116,10 @@ class SpliceMaker {
                 corners[k] = scan_index(face.verts[k]);
             }
             splice_.faces.push_back(corners);
-            const _face* origin = origins.of_face(face);
-            splice_.face_origin.push_back(origin != nullptr ? record_of(origin) : any_record());
+            if (origins) {
+                const _face* origin = origins->of_face(face);
+                splice_.face_origin.push_back(origin != nullptr ? record_of(origin) : any_record());
+            }
         }
     }
 
@@ -118,7 +131,9 @@ class SpliceMaker {
                     window_.vertices[static_cast<std::size_t>(window_.triangles[3 * t + k])];
             }
             splice_.faces.push_back(corners);
-            splice_.face_origin.push_back(any_record());
+            if (window_.has_properties) {
+                splice_.face_origin.push_back(any_record());
+            }
         }
         if (no_origin_) {
             splice_.face_origin.clear();
@@ -184,11 +199,14 @@ class SpliceMaker {
         return record;
     }
 
-    void add_vertex(const _vert& v, std::int32_t place,
-                    const std::vector<PatchOrigins::Origin>& origins) {
-        if (splice_.origin_begin.empty()) {
-            splice_.origin_begin.push_back(0);
-        }
+    std::optional<PatchOrigins> origins_of(const HoleNote& hole,
+                                           const std::vector<_vert*>& border) const {
+        return window_.has_properties ? std::optional<PatchOrigins>(
+                                            std::in_place, border, hole.rim_vertices)
+                                      : std::nullopt;
+    }
+
+    void add_vertex(const _vert& v, std::int32_t place) {
         if (new_index_.empty()) {
             new_index_.resize(static_cast<std::size_t>(mesh_.vertices.total()), 0);
         }
@@ -196,6 +214,13 @@ class SpliceMaker {
             static_cast<std::uint32_t>(window_.vertices_of_scan + splice_.new_vertex_count());
         splice_.positions.insert(splice_.positions.end(), {v.pos.x, v.pos.y, v.pos.z});
         splice_.normals.insert(splice_.normals.end(), {v.normal.x, v.normal.y, v.normal.z});
+    }
+
+    /// Of the vertex that was added last.
+    void add_origins(const std::vector<PatchOrigins::Origin>& origins) {
+        if (splice_.origin_begin.empty()) {
+            splice_.origin_begin.push_back(0);
+        }
         for (const PatchOrigins::Origin& origin : origins) {
             splice_.origin_vertex.push_back(
                 window_.vertices[static_cast<std::size_t>(origin.vertex->index)]);

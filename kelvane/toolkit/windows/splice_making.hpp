@@ -26,7 +26,8 @@ struct FinishedRun {
 ///
 /// New vertices grow from the vertices of their border by mean value coordinates in its plane
 /// (Hormann and Floater 2006), negative ones left out, which carries linear properties on as they
-/// are on convex borders. New faces grow from the nearest face at their border.
+/// are on convex borders. New faces grow from the nearest face at their border. A scan without
+/// properties gets no origins.
 Splice make_splice(const FinishedRun& finished, bool leave_open,
                    std::vector<MarkerReport>& reports);
 

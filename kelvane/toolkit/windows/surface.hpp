@@ -23,6 +23,8 @@ class KELVANE_EXPORT Surface {
     virtual std::uint64_t short_faces() const = 0;
     /// As OpenScan::loose_corners().
     virtual bool loose_corners() const { return false; }
+    /// As OpenScan::has_properties().
+    virtual bool has_properties() const = 0;
     /// As OpenScan::positions_into() and OpenScan::corners_into().
     virtual void positions_into(std::uint64_t first, std::uint64_t count,
                                 float* positions) const = 0;
@@ -40,6 +42,9 @@ class KELVANE_EXPORT ScanSurface : public Surface {
     std::uint64_t vertex_count() const override { return scan_.vertex_count(); }
     std::uint64_t face_count() const override { return scan_.face_count(); }
     std::uint64_t short_faces() const override { return 0; }
+    bool has_properties() const override {
+        return !scan_.vertex_properties.empty() || !scan_.face_properties.empty();
+    }
     void positions_into(std::uint64_t first, std::uint64_t count, float* positions) const override;
     void corners_into(std::uint64_t first, std::uint64_t count, std::vector<std::int32_t>& corners,
                       std::vector<std::uint64_t>& records) const override;
@@ -56,6 +61,7 @@ class KELVANE_EXPORT FileSurface : public Surface {
     std::uint64_t face_count() const override { return file_.face_count(); }
     std::uint64_t short_faces() const override { return file_.short_faces(); }
     bool loose_corners() const override { return file_.loose_corners(); }
+    bool has_properties() const override { return file_.has_properties(); }
     void positions_into(std::uint64_t first, std::uint64_t count, float* positions) const override {
         file_.positions_into(first, count, positions);
     }

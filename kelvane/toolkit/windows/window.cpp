@@ -188,6 +188,7 @@ Window collect_window(const Surface& surface, const VertexBits& complete) {
     Window window;
     window.vertices_of_scan = surface.vertex_count();
     window.records_of_scan = surface.face_count();
+    window.has_properties = surface.has_properties();
     const bool loose = surface.loose_corners();
     Valences valences(loose ? 0 : surface.vertex_count());
     for_each_triangle(surface, [&](const std::int32_t* corners, std::uint64_t record) {

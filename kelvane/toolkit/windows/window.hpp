@@ -47,6 +47,7 @@ struct Window {
     std::vector<std::uint64_t> records;  ///< face record of each triangle, ascending
     std::uint64_t vertices_of_scan = 0;
     std::uint64_t records_of_scan = 0;
+    bool has_properties = false; ///< new records of the scan have something to take from old ones
     /// A vertex has so many faces that a mesh of the whole scan may refuse some of them.
     bool overfull = false;
 

@@ -64,6 +64,9 @@ class PlyScan final : public OpenScan {
     std::uint64_t short_faces() const override { return decoded_ ? decoded_->short_faces : 0; }
     bool all_triangles() const override { return !decoded_ || decoded_->all_triangles; }
     bool has_normals() const override;
+    bool has_properties() const override {
+        return vertex_->properties.size() > 3 || face_->properties.size() > 1;
+    }
     void positions_into(std::uint64_t first, std::uint64_t count, float* positions) const override;
     void corners_into(std::uint64_t first, std::uint64_t count, std::vector<std::int32_t>& corners,
                       std::vector<std::uint64_t>& records) const override;

@@ -41,7 +41,11 @@ class PlySplicer {
         write_body();
         counting_ = false;
         write_header();
+        const std::vector<std::uint64_t> promised = counts_;
         write_body();
+        if (counts_ != promised) {
+            parts_.file.fail("has changed while it was read");
+        }
     }
 
   private:
@@ -135,7 +139,9 @@ class PlySplicer {
             new_records_.note(element, *walk, record, origin);
         }
         const std::vector<std::size_t> references = reference_places(element, header_);
-        if (counting_ && (references.empty() || renumbering_.none_gone())) {
+        const bool listed = references.empty() || renumbering_.none_gone() ||
+                            (element.name == "face" && splice_.lists_all_faces);
+        if (counting_ && listed) {
             kept_ = element.count - (element.name == "vertex" ? splice_.vertices_gone.size()
                                      : element.name == "face" ? splice_.faces_gone.size()
                                                               : 0);
