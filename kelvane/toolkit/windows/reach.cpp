@@ -12,7 +12,7 @@ namespace {
 // look at any of them.
 constexpr double cells_per_width = 4.0;
 constexpr double most_cells_along = 8.0; // a capsule, which may be far longer than wide
-constexpr double most_cells = 1 << 18; // a million bytes of grid
+constexpr double most_cells = 1 << 18;   // a million bytes of grid
 
 bool is_finite(const Capsule& capsule) {
     double sum = capsule.radius;

@@ -201,9 +201,9 @@ class SpliceMaker {
 
     std::optional<PatchOrigins> origins_of(const HoleNote& hole,
                                            const std::vector<_vert*>& border) const {
-        return window_.has_properties ? std::optional<PatchOrigins>(
-                                            std::in_place, border, hole.rim_vertices)
-                                      : std::nullopt;
+        return window_.has_properties
+                   ? std::optional<PatchOrigins>(std::in_place, border, hole.rim_vertices)
+                   : std::nullopt;
     }
 
     void add_vertex(const _vert& v, std::int32_t place) {
