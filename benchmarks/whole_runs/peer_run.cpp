@@ -1,11 +1,13 @@
-// peer_run SCAN MARKERS MARGIN OUTPUT: the whole job with CGAL. Faces with a vertex within radius
-// and margin of a marker's centre are cut out, the holes filled by triangulate_refine_and_fair_hole
-// with its defaults.
+// peer_run SCAN MARKERS MARGIN OUTPUT [plain]: the whole job with CGAL. Faces with a vertex within
+// radius and margin of a marker's centre are cut out, the holes filled by
+// triangulate_refine_and_fair_hole with its defaults. Files are read and written by CGAL; `plain`
+// spares it that: the reader and writer of the plain copy hand it arrays.
 #include "plain_ply.hpp"
 
 #include <CGAL/Exact_predicates_inexact_constructions_kernel.h>
 #include <CGAL/Polygon_mesh_processing/triangulate_hole.h>
 #include <CGAL/Surface_mesh.h>
+#include <CGAL/Surface_mesh/IO/PLY.h>
 #include <CGAL/boost/graph/Euler_operations.h>
 
 #include <algorithm>
@@ -13,6 +15,7 @@
 #include <exception>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -75,6 +78,24 @@ PeerMesh mesh_of(const Scan& scan) {
         mesh.add_face(corner(0), corner(1), corner(2));
     }
     return mesh;
+}
+
+PeerMesh read_mesh(const std::string& file) {
+    std::ifstream in(file, std::ios::binary);
+    PeerMesh mesh;
+    std::string comments;
+    if (!CGAL::IO::read_PLY(in, mesh, comments)) {
+        throw std::runtime_error(file + " cannot be read");
+    }
+    return mesh;
+}
+
+void write_mesh(const std::string& file, const PeerMesh& mesh) {
+    std::ofstream out(file, std::ios::binary);
+    CGAL::IO::set_binary_mode(out);
+    if (!CGAL::IO::write_PLY(out, mesh) || !out.flush()) {
+        throw std::runtime_error(file + " cannot be written");
+    }
 }
 
 /// Cuts and returns the vertices along the cuts.
@@ -148,15 +169,20 @@ Scan scan_of(const PeerMesh& mesh) {
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 5) {
-        std::fputs("peer_run SCAN MARKERS MARGIN OUTPUT\n", stderr);
+    if (argc != 5 && argc != 6) {
+        std::fputs("peer_run SCAN MARKERS MARGIN OUTPUT [plain]\n", stderr);
         return 2;
     }
+    const bool plain = argc == 6;
     try {
-        PeerMesh mesh = mesh_of(KVN::bench::read_plain_ply(argv[1]));
+        PeerMesh mesh = plain ? mesh_of(KVN::bench::read_plain_ply(argv[1])) : read_mesh(argv[1]);
         const std::vector<Vertex> ring = cut(mesh, Balls(argv[2], std::stod(argv[3])));
         std::printf("%d holes filled\n", fill(mesh, ring));
-        KVN::bench::write_plain_ply(argv[4], scan_of(mesh));
+        if (plain) {
+            KVN::bench::write_plain_ply(argv[4], scan_of(mesh));
+        } else {
+            write_mesh(argv[4], mesh);
+        }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "peer_run: %s\n", error.what());
         return 2;

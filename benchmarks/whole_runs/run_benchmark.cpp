@@ -108,9 +108,9 @@ void print_row(const std::vector<std::string>& cells, bool markdown) {
 }
 
 void print_head(bool markdown) {
-    const std::vector<std::string> head = {"faces",   "markers", "threads",  "s",       "wall s",
-                                           "peak MB", "own MB",  "CGAL s",   "CGAL MB", "CGAL/ours",
-                                           "none s",  "copy s",  "none/copy"};
+    const std::vector<std::string> head = {
+        "faces",   "markers",   "threads", "s",          "wall s", "peak MB", "own MB",   "CGAL s",
+        "CGAL MB", "CGAL/ours", "plain s", "plain/ours", "none s", "copy s",  "none/copy"};
     print_row(head, markdown);
     if (markdown) {
         print_row(std::vector<std::string>(head.size(), "---"), true);
@@ -147,6 +147,12 @@ class Commands {
         return {PEER_RUN, files_ / "scan.ply", files_ / "markers.csv",
                 std::to_string(arguments_.margin), files_ / "peer.ply"};
     }
+    /// With files read and written as the plain copy does it.
+    std::vector<std::string> peer_between_arrays() const {
+        std::vector<std::string> command = peer();
+        command.emplace_back("plain");
+        return command;
+    }
 
   private:
     const Files& files_;
@@ -163,12 +169,14 @@ void measure(const Size& size, const Arguments& arguments) {
     }
     const bool has_peer = *PEER_RUN != '\0';
     if (has_peer) {
+        all.push_back(commands.peer_between_arrays());
         all.push_back(commands.peer());
     }
     const std::vector<ProcessCost> costs = in_turns(all, arguments.repeat);
     const ProcessCost& copy = costs[0];
     const ProcessCost& none = costs[1];
     const ProcessCost peer = has_peer ? costs.back() : ProcessCost{};
+    const ProcessCost plain_peer = has_peer ? costs[costs.size() - 2] : ProcessCost{};
     for (std::size_t i = 0; i < arguments.threads.size(); ++i) {
         const ProcessCost& ours = costs[2 + i];
         print_row({std::to_string(faces), std::to_string(size.markers),
@@ -177,6 +185,8 @@ void measure(const Size& size, const Arguments& arguments) {
                    number(ours.own_megabytes, "%.0f"), number(peer.processor_seconds, "%.2f"),
                    number(peer.peak_megabytes, "%.0f"),
                    number(peer.processor_seconds / ours.processor_seconds, "%.1f"),
+                   number(plain_peer.processor_seconds, "%.2f"),
+                   number(plain_peer.processor_seconds / ours.processor_seconds, "%.1f"),
                    number(none.processor_seconds, "%.3f"), number(copy.processor_seconds, "%.3f"),
                    number(none.processor_seconds / copy.processor_seconds, "%.1f")},
                   arguments.markdown);
@@ -194,8 +204,8 @@ void print_start_up(int repeat) {
 int main(int argc, char** argv) {
     Arguments arguments;
     CLI::App app("Measures whole runs of the command on synthetic scans, as processes");
-    app.footer("s: processor time; none: without markers; copy: the file read into arrays and "
-               "written; MB: peak memory");
+    app.footer("s: processor time; plain: CGAL between the plain copy's reader and writer; none: "
+               "without markers; copy: the file read into arrays and written; MB: peak memory");
     app.add_option("--sizes", arguments.sizes, "scans, each as FACES/MARKERS");
     app.add_option("--threads", arguments.threads, "thread counts of the command");
     app.add_option("--repeat", arguments.repeat, "runs per figure, of which the median is taken")

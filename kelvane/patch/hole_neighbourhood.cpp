@@ -4,6 +4,7 @@
 #include "kelvane/repair/repair_markers.hpp"
 
 #include <cmath>
+#include <unordered_map>
 
 namespace KVN {
 
@@ -22,15 +23,16 @@ float distance(const _vert* a, const _vert* b) {
 struct Band {
     std::vector<_vert*> vertices;
     std::vector<_face*> faces;
+    std::unordered_map<int, int> places; // as vertexMap, which is slower to ask
 
-    void add_vertex(_vert* v, std::map<int, int>& vertexMap) {
-        vertexMap.emplace(v->index, static_cast<int>(vertices.size()));
+    void add_vertex(_vert* v) {
+        places.emplace(v->index, static_cast<int>(vertices.size()));
         vertices.push_back(v);
         set_mark(v, gathered);
     }
 
     // Adds the faces around vertices [begin, end) and their other corners.
-    void grow(std::size_t begin, std::size_t end, std::map<int, int>& vertexMap) {
+    void grow(std::size_t begin, std::size_t end) {
         for (std::size_t i = begin; i < end; ++i) {
             const _vert* v = vertices[i];
             for (int k = 0; k < v->faceCount; ++k) {
@@ -41,7 +43,7 @@ struct Band {
                 }
                 for (_vert* corner : face->verts) {
                     if (!has_mark(corner, gathered)) {
-                        add_vertex(corner, vertexMap);
+                        add_vertex(corner);
                     }
                 }
             }
@@ -70,7 +72,7 @@ void RepairMarkers::HoleNeighbor7(std::vector<_vert*>& border, std::vector<MyPoi
 
     Band band;
     for (_vert* v : border) {
-        band.add_vertex(v, vertexMap);
+        band.add_vertex(v);
     }
     float average = 0.0f;
     HoleBoundaryAverLength(border, average);
@@ -78,7 +80,7 @@ void RepairMarkers::HoleNeighbor7(std::vector<_vert*>& border, std::vector<MyPoi
     std::size_t begin = 0;
     for (int pass = 0; pass < passes; ++pass) {
         const std::size_t end = band.vertices.size();
-        band.grow(begin, end, vertexMap);
+        band.grow(begin, end);
         begin = end;
     }
 
@@ -93,11 +95,12 @@ void RepairMarkers::HoleNeighbor7(std::vector<_vert*>& border, std::vector<MyPoi
         clear_mark(face, gathered);
         MyFace local;
         for (int i = 0; i < 3; ++i) {
-            local.t_idx[i] = vertexMap[face->verts[i]->index];
+            local.t_idx[i] = band.places[face->verts[i]->index];
         }
         faces.push_back(local);
         normals.push_back(widen(face->normal));
     }
+    vertexMap.insert(band.places.begin(), band.places.end());
     boundaryCount = static_cast<int>(border.size());
 }
 

@@ -4,8 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
-#include <map>
-#include <utility>
+#include <vector>
 
 namespace KVN::toolkit {
 
@@ -15,12 +14,15 @@ using Mesh_M::MyFace;
 using Mesh_M::MyPoint3;
 using Mesh_R::_vert;
 
-/// How often an edge of the patch is traversed; `forward` from its lower to its higher point.
-struct Uses {
+/// An edge of the patch and how often it is traversed; `forward` from its lower to its higher
+/// point.
+struct PatchEdge {
+    int low;
+    int high;
     int forward = 0;
     int backward = 0;
 };
-using PatchEdges = std::map<std::pair<int, int>, Uses>;
+using PatchEdges = std::vector<PatchEdge>; ///< each edge once
 
 bool all_finite(const std::vector<MyPoint3>& points) {
     return std::all_of(points.begin(), points.end(), [](const MyPoint3& p) {
@@ -54,13 +56,25 @@ bool covers_border(const PatchCandidate& patch, std::size_t border_size) {
 }
 
 PatchEdges collect_edges(const std::vector<MyFace>& faces) {
-    PatchEdges edges;
+    PatchEdges sides;
+    sides.reserve(3 * faces.size());
     for (const MyFace& face : faces) {
         for (int k = 0; k < 3; ++k) {
             const int a = face.t_idx[k];
             const int b = face.t_idx[(k + 1) % 3];
-            Uses& uses = edges[std::minmax(a, b)];
-            ++(a < b ? uses.forward : uses.backward);
+            sides.push_back(a < b ? PatchEdge{a, b, 1, 0} : PatchEdge{b, a, 0, 1});
+        }
+    }
+    std::sort(sides.begin(), sides.end(), [](const PatchEdge& a, const PatchEdge& b) {
+        return a.low != b.low ? a.low < b.low : a.high < b.high;
+    });
+    PatchEdges edges;
+    for (const PatchEdge& side : sides) {
+        if (edges.empty() || edges.back().low != side.low || edges.back().high != side.high) {
+            edges.push_back(side);
+        } else {
+            edges.back().forward += side.forward;
+            edges.back().backward += side.backward;
         }
     }
     return edges;
@@ -111,7 +125,7 @@ class BorderWalk {
     }
 
     /// Whether an edge that is no step of the border may be used so.
-    bool inner_edge_fits(int a, int b, const Uses& uses) const {
+    bool inner_edge_fits(int a, int b, const PatchEdge& uses) const {
         const bool shared = uses.forward == 1 && uses.backward == 1;
         const bool in_the_open = is_chain_ && uses.forward + uses.backward == 1;
         if (!shared && !in_the_open) {
@@ -135,15 +149,15 @@ class BorderWalk {
 
 bool edges_fit(const BorderWalk& walk, const PatchCandidate& patch, const PatchEdges& edges) {
     std::size_t steps = 0;
-    for (const auto& [ends, uses] : edges) {
-        const int a = patch.border_place[static_cast<std::size_t>(ends.first)];
-        const int b = patch.border_place[static_cast<std::size_t>(ends.second)];
+    for (const PatchEdge& edge : edges) {
+        const int a = patch.border_place[static_cast<std::size_t>(edge.low)];
+        const int b = patch.border_place[static_cast<std::size_t>(edge.high)];
         const int step = walk.step(a, b);
         if (step == 0) {
-            if (!walk.inner_edge_fits(a, b, uses)) {
+            if (!walk.inner_edge_fits(a, b, edge)) {
                 return false;
             }
-        } else if (uses.forward != (step > 0 ? 1 : 0) || uses.backward != (step > 0 ? 0 : 1) ||
+        } else if (edge.forward != (step > 0 ? 1 : 0) || edge.backward != (step > 0 ? 0 : 1) ||
                    !(step > 0 ? walk.is_open(a, b) : walk.is_open(b, a))) {
             return false;
         } else {
