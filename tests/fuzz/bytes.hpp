@@ -20,6 +20,8 @@ class Bytes {
     bool coin() { return byte() % 2 != 0; }
     /// 0 to 1 in 256 steps.
     float real() { return static_cast<float>(byte()) / 255.0F; }
+    /// A whole number that every type of a file can hold.
+    float whole() { return static_cast<float>(byte() % 128); }
     /// All that is left.
     std::string rest() {
         std::string text(data_, end_);

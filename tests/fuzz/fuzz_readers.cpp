@@ -5,41 +5,13 @@
 #include "kelvane/toolkit/job/marker_files.hpp"
 #include "kelvane/toolkit/scan/open_scan.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
-#include "tests/fuzz/bytes.hpp"
-
-#include <cstring>
-#include <filesystem>
-#include <fstream>
-
-#include <unistd.h>
+#include "tests/fuzz/files.hpp"
 
 namespace {
 
-namespace fs = std::filesystem;
 using namespace KVN::toolkit;
-
-/// A folder in memory, gone when the program ends.
-class Folder {
-  public:
-    Folder() : path_("/dev/shm/kelvane-fuzz-" + std::to_string(::getpid())) {
-        fs::create_directories(path_);
-    }
-    ~Folder() { fs::remove_all(path_); }
-    fs::path put(const std::string& name, const std::string& content) const {
-        std::ofstream(path_ / name, std::ios::binary) << content;
-        return path_ / name;
-    }
-    fs::path operator/(const std::string& name) const { return path_ / name; }
-
-  private:
-    fs::path path_;
-};
-
-template <class T>
-bool same_bits(const std::vector<T>& a, const std::vector<T>& b) {
-    return a.size() == b.size() &&
-           (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
-}
+using fuzz::Folder;
+using fuzz::same_bits;
 
 void read_mesh(const Folder& folder, const std::string& extension, const std::string& content) {
     const auto file = open_scan(folder.put("in" + extension, content));
@@ -64,7 +36,7 @@ void read_mesh(const Folder& folder, const std::string& extension, const std::st
 }
 
 void read_list(const Folder& folder, int kind, const std::string& content) {
-    const fs::path file = folder.put(kind % 2 == 0 ? "in.csv" : "in.json", content);
+    const std::filesystem::path file = folder.put(kind % 2 == 0 ? "in.csv" : "in.json", content);
     if (kind < 2) {
         const std::vector<KVN::Marker> markers = read_markers(file);
         write_markers(folder / "out.csv", markers);
