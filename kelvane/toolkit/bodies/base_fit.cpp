@@ -48,7 +48,7 @@ std::vector<_vert*> ring_points(const MarkerCylinder& cylinder, double edge,
     std::vector<_vert*> points;
     VertexSet seen;
     const auto add = [&](_vert* v) {
-        if (seen.insert(v).second && belongs(v)) {
+        if (seen.insert(v) && belongs(v)) {
             points.push_back(v);
         }
     };

@@ -8,7 +8,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
 
 namespace KVN::toolkit {
 
@@ -278,7 +277,7 @@ double torn_reach(const Plan& plan, const MarkerCylinder& cylinder,
     for (_vert* first : plan.base->points) {
         if (Mesh_R::boundary_edge_count(first) == 0 ||
             off_axis(cylinder.local(first)) > cylinder.radius() + torn_edges * plan.edge ||
-            !seen.insert(first).second) {
+            !seen.insert(first)) {
             continue;
         }
         std::vector<_vert*> hole{first};
@@ -290,7 +289,7 @@ double torn_reach(const Plan& plan, const MarkerCylinder& cylinder,
             farthest = std::max(farthest, off_axis(cylinder.local(v)));
             for (int e = 0; e < v->edgeCount; ++e) {
                 _vert* next = Mesh_R::other_end(v->edges[e], v);
-                if (v->edges[e]->faceCount == 1 && seen.insert(next).second) {
+                if (v->edges[e]->faceCount == 1 && seen.insert(next)) {
                     hole.push_back(next);
                 }
             }
@@ -369,7 +368,7 @@ void rewrite_region(const MarkerCylinder& cylinder, const Plan& plan,
     std::vector<_vert*> wider;
     VertexSet seen;
     const auto add = [&](_vert* v) {
-        if (is_live(v) && seen.insert(v).second) {
+        if (is_live(v) && seen.insert(v)) {
             Mesh_R::set_mark(v, Mesh_R::on_ring);
             wider.push_back(v);
         }

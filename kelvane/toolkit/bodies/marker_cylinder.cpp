@@ -85,26 +85,26 @@ std::vector<CylinderPart> connected_parts(const std::vector<_vert*>& vertices,
     VertexSet seen;
     std::vector<CylinderPart> parts;
     for (_vert* first : vertices) {
-        if (!seen.insert(first).second) {
+        if (!seen.insert(first)) {
             continue;
         }
         CylinderPart part;
         part.vertices.push_back(first);
         for (std::size_t i = 0; i < part.vertices.size(); ++i) {
             const _vert* v = part.vertices[i];
-            part.touches = part.touches || region.count(v) != 0;
+            part.touches = part.touches || region.holds(v);
             for (int e = 0; e < v->edgeCount; ++e) {
                 _vert* next = Mesh_R::other_end(v->edges[e], v);
-                if (members.count(next) == 0) {
+                if (!members.holds(next)) {
                     part.exits.push_back(next);
-                } else if (seen.insert(next).second) {
+                } else if (seen.insert(next)) {
                     part.vertices.push_back(next);
                 }
             }
         }
         VertexSet counted;
         part.exits.erase(std::remove_if(part.exits.begin(), part.exits.end(),
-                                        [&](_vert* v) { return !counted.insert(v).second; }),
+                                        [&](_vert* v) { return !counted.insert(v); }),
                          part.exits.end());
         parts.push_back(std::move(part));
     }

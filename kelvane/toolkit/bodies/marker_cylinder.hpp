@@ -2,20 +2,17 @@
 #pragma once
 
 #include "kelvane/repair/run_places.hpp"
+#include "kelvane/toolkit/bodies/vertex_set.hpp"
 
 #include <Eigen/Core>
 
 #include <functional>
-#include <unordered_set>
 #include <vector>
 
 namespace KVN::toolkit {
 
 /// Store indices of the vertices within a distance of a point; more and dead ones do no harm.
 using VerticesNear = std::function<std::vector<int>(float x, float y, float z, double radius)>;
-
-/// A set of records that is asked, never walked: its order is that of addresses.
-using VertexSet = std::unordered_set<const _vert*>;
 
 /// Lengths in the mesh's unit. A marker whose centre or normal is of no use gives a cylinder that
 /// is not valid and holds nothing.

@@ -64,7 +64,7 @@ PlaceFault look_at_place(const Mesh& mesh, const MarkerCylinder& cylinder, const
     // Without a base, nothing of the old surface is expected on the marker's own disc.
     const auto stands = [&](const _vert* v) {
         const Eigen::Vector3d p = cylinder.local(v);
-        return made.count(v) == 0 &&
+        return !made.holds(v) &&
                (base ? is_of_body(cylinder, edge, *base, p) : in_own_disc(cylinder, p));
     };
     const bool standing = std::any_of(parts.begin(), parts.end(), [&](const CylinderPart& part) {

@@ -23,7 +23,7 @@ class KELVANE_EXPORT Renumbering {
         return gone_count_ != 0 && vertex < vertex_count_ &&
                (bits_[vertex / 64] >> (vertex % 64) & 1U) != 0;
     }
-    /// The new index of `vertex`, which is not gone.
+    /// The new index of `vertex`; one that is gone has that of the next one that stays.
     std::uint64_t operator()(std::uint64_t vertex) const {
         if (gone_count_ == 0 || vertex >= vertex_count_) {
             return vertex - gone_count_;

@@ -110,10 +110,8 @@ bool PlyScan::is_triangles(std::uint64_t begin) const {
     return all;
 }
 
-void PlyScan::check_corner(std::uint64_t record, std::int64_t vertex) const {
-    if (vertex < 0 || static_cast<std::uint64_t>(vertex) >= vertex_->count) {
-        file_.fail("face " + std::to_string(record) + " " + no_such_vertex(vertex, vertex_->count));
-    }
+void PlyScan::refuse_corner(std::uint64_t record, std::int64_t vertex) const {
+    file_.fail("face " + std::to_string(record) + " " + no_such_vertex(vertex, vertex_->count));
 }
 
 void PlyScan::decode() {
@@ -201,6 +199,7 @@ void PlyScan::corners_into(std::uint64_t first, std::uint64_t count,
     const std::size_t at = place_in_record(*face_, header_.index_list()) + size_of(list.count_type);
     const bool swap = header_.swap();
     const std::uint64_t stride = faces_->stride;
+    const std::uint64_t vertices = vertex_->count;
     for_blocks(
         file_, *faces_, first, count, [&](std::uint64_t start, std::uint64_t n, const char* bytes) {
             std::int32_t* to = corners.data() + 3 * (start - first);
@@ -209,8 +208,11 @@ void PlyScan::corners_into(std::uint64_t first, std::uint64_t count,
                 for (std::uint64_t i = 0; i < n; ++i) {
                     for (std::uint64_t c = 0; c < 3; ++c) {
                         const T value = load<T>(bytes + i * stride + at + c * sizeof(T), swap);
-                        check_corner(start + i, static_cast<std::int64_t>(value));
-                        to[3 * i + c] = static_cast<std::int32_t>(value);
+                        const auto vertex = static_cast<std::int64_t>(value);
+                        if (static_cast<std::uint64_t>(vertex) >= vertices) { // also below zero
+                            refuse_corner(start + i, vertex);
+                        }
+                        to[3 * i + c] = static_cast<std::int32_t>(vertex);
                     }
                 }
                 return 0;

@@ -81,7 +81,7 @@ class PlyScan final : public OpenScan {
     void find_sections();
     bool is_triangles(std::uint64_t begin) const;
     void decode();
-    void check_corner(std::uint64_t record, std::int64_t vertex) const;
+    [[noreturn]] void refuse_corner(std::uint64_t record, std::int64_t vertex) const;
 
     FileReader file_;
     PlyHeader header_;

@@ -177,6 +177,7 @@ class PlySplicer {
         with_type(property.type, [&](auto zero) {
             using T = decltype(zero);
             for (std::size_t i = 0; i < goes_.size(); ++i) {
+                bool goes = false;
                 for (std::size_t c = 0; c < entries; ++c) {
                     char* value = bytes + i * stride + at + c * sizeof(T);
                     const auto vertex = static_cast<std::int64_t>(load<T>(value, swap));
@@ -184,9 +185,10 @@ class PlySplicer {
                         continue;
                     }
                     const auto old = static_cast<std::uint64_t>(vertex);
-                    goes_[i] |= renumbering_.is_gone(old) ? 1 : 0;
+                    goes = goes || renumbering_.is_gone(old);
                     store(static_cast<T>(renumbering_(old)), swap, value);
                 }
+                goes_[i] |= goes ? 1 : 0;
             }
             return 0;
         });
