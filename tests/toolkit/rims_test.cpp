@@ -183,7 +183,8 @@ TEST(Rims, AreClosedByEveryMethod) {
 // A property that grows like a coordinate comes out as the coordinate, along the rim and inside.
 TEST(Rims, HandPropertiesOn) {
     const Curve rim = circle(40);
-    const Scan scan = sheet_below(rim, 24, 16);
+    Scan scan = sheet_below(rim, 24, 16);
+    scan.vertex_properties = {{"quality", std::vector<float>(scan.vertex_count())}};
     RepairOptions options;
     options.marker_size = 0.5;
     RepairReport report;
