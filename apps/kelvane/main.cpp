@@ -9,8 +9,11 @@
 
 #include <cstdlib>
 #include <exception>
+#include <memory>
 #include <new>
 #include <stdexcept>
+#include <string>
+#include <utility>
 
 #include <unistd.h>
 
@@ -20,9 +23,23 @@ constexpr int bad_input = 2;
 constexpr int refused = 3;
 constexpr int interrupted = 130;
 
+/// One empty line between the groups of a help, which has to fit a screen.
+class CompactFormatter : public CLI::Formatter {
+  public:
+    std::string make_help(const CLI::App* app, std::string name,
+                          CLI::AppFormatMode mode) const override {
+        std::string help = CLI::Formatter::make_help(app, std::move(name), mode);
+        for (std::size_t at = 0; (at = help.find("\n\n\n", at)) != std::string::npos;) {
+            help.erase(at, 1);
+        }
+        return help;
+    }
+};
+
 int run(int argc, char** argv) {
     int status = 0;
     CLI::App app{"Removes circular reference markers from triangulated scan meshes.", "kelvane"};
+    app.formatter(std::make_shared<CompactFormatter>());
     app.set_version_flag("--version", "kelvane " KELVANE_VERSION);
     app.require_subcommand(1);
     app.footer("\nExample:\n  kelvane demo trial && cd trial\n"

@@ -40,7 +40,8 @@ void add_page_options(CLI::App& command, std::string& page, std::size_t& most_vi
         .add_option("--page-markers", most_views,
                     "So many markers, the worst, get a view there, or all (25)")
         ->transform(CLI::Transformer(std::map<std::string, std::size_t>{{"all", SIZE_MAX}}))
-        ->needs(file);
+        ->needs(file)
+        ->option_text("UINT:{all}");
 }
 
 void add_cut_options(CLI::App& command, RepairOptions& options) {

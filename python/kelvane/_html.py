@@ -69,6 +69,8 @@ def report_html(summary: str, results: Sequence[MarkerResult]) -> str:
         picture = patch_svg(r) if pictures < MOST_PICTURES else ""
         pictures += picture != ""
         words = escape(r.words) if r.repaired else f"<b>{escape(r.words)}</b>"
+        if r.rim is not None:
+            words += f"<br>rim {r.rim}: {escape(r.rim_reason or '')}"
         cells = (
             r.number, f"{r.marker.radius:.3g}", words, r.border_vertices, r.new_vertices,
             r.new_faces, picture,

@@ -29,6 +29,8 @@ class MarkerResult:
 
     number: from 1, as in the command's report.
     outcome: the cause by name, e.g. "repaired_loop"; words: the same in words.
+    rim, rim_reason: how a place on the scan's rim was closed there, "curved" or "straight", and
+        why; None inside the scan.
     border_vertices, new_vertices, new_faces: 0 where there is no hole of the marker's own.
     patch_vertices, patch_faces: the patch with its border's vertices as (k, 3) float32 and (m, 3)
         int32; without rows where there is none of its own.
@@ -40,6 +42,8 @@ class MarkerResult:
     outcome: str
     words: str
     repaired: bool
+    rim: Optional[str]
+    rim_reason: Optional[str]
     border_vertices: int
     new_vertices: int
     new_faces: int
@@ -79,6 +83,8 @@ class Report(Sequence[MarkerResult]):
             outcome=entry["outcome"],
             words=self._run.words(i),
             repaired=entry["repaired"],
+            rim=entry.get("rim"),
+            rim_reason=entry.get("rim_reason"),
             border_vertices=entry["border_vertices"],
             new_vertices=entry["new_vertices"],
             new_faces=entry["new_faces"],

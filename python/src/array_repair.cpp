@@ -20,11 +20,11 @@ namespace {
 template <class Real, class Index>
 class ArraySurface : public Surface {
   public:
-    ArraySurface(const py::array& vertices, const py::array& faces)
+    ArraySurface(const py::array& vertices, const py::array& faces, bool has_attributes)
         : positions_(static_cast<const Real*>(vertices.data())),
           corners_(static_cast<const Index*>(faces.data())),
           vertex_count_(static_cast<std::uint64_t>(vertices.shape(0))),
-          face_count_(static_cast<std::uint64_t>(faces.shape(0))) {
+          face_count_(static_cast<std::uint64_t>(faces.shape(0))), has_attributes_(has_attributes) {
         if (std::max(vertex_count_, face_count_) > std::numeric_limits<std::int32_t>::max()) {
             throw InputError("more vertices or faces than a scan can have");
         }
@@ -36,6 +36,7 @@ class ArraySurface : public Surface {
     std::uint64_t vertex_count() const override { return vertex_count_; }
     std::uint64_t face_count() const override { return face_count_; }
     std::uint64_t short_faces() const override { return 0; }
+    bool has_properties() const override { return has_attributes_; }
     void positions_into(std::uint64_t first, std::uint64_t count, float* positions) const override {
         std::transform(positions_ + 3 * first, positions_ + 3 * (first + count), positions,
                        [](Real value) { return static_cast<float>(value); });
@@ -59,6 +60,7 @@ class ArraySurface : public Surface {
     const Index* corners_;
     std::uint64_t vertex_count_;
     std::uint64_t face_count_;
+    bool has_attributes_;
 };
 
 /// The rows of `width` values that `gone`, which ascends, does not name, with room for `more`.
@@ -177,8 +179,9 @@ py::tuple repair_arrays(const py::array& vertices, const py::array& faces, const
                         const std::vector<py::array>& attributes, const std::vector<bool>& normals,
                         const py::dict& options, const py::object& progress) {
     const auto repair = [&](auto real, auto index) {
-        return repair_typed(ArraySurface<decltype(real), decltype(index)>(vertices, faces), markers,
-                            attributes, normals, options, progress);
+        using Arrays = ArraySurface<decltype(real), decltype(index)>;
+        return repair_typed(Arrays(vertices, faces, !attributes.empty()), markers, attributes,
+                            normals, options, progress);
     };
     if (holds<float>(vertices)) {
         return holds<std::int32_t>(faces) ? repair(float{}, std::int32_t{})

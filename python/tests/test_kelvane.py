@@ -124,6 +124,10 @@ class Kelvane(unittest.TestCase):
         self.assertIn(f"<b>{report[-1].words}</b>", html)
         page = report.page(self.path("page.html")).read_text()
         self.assertIn("scan.ply", page)
+        rims = [f"rim {m.rim}: {m.rim_reason}" for m in report if m.rim]
+        self.assertGreater(len(rims), 0)
+        for phrase in rims:
+            self.assertEqual((html.count(phrase), phrase in page), (rims.count(phrase), True))
         vertices, _ = read_ply(self.output)
         for m in report:
             self.assertEqual(len(m.patch_faces), m.new_faces)

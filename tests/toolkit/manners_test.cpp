@@ -51,7 +51,7 @@ TEST_F(Manners, HelpFitsAScreenAndShowsAnExample) {
         for (std::string line; std::getline(lines, line); ++count) {
             EXPECT_LE(line.size(), 101U) << name << ": " << line;
         }
-        EXPECT_LE(count, 52) << name;
+        EXPECT_LE(count, 50) << name;
         EXPECT_TRUE(has(help.out, "Example:\n  kelvane " + name)) << help.out;
     }
 }

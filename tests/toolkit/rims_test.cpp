@@ -3,6 +3,7 @@
 #include "kelvane/toolkit/job/marker_repair.hpp"
 #include "kelvane/toolkit/job/repair_plan.hpp"
 #include "kelvane/toolkit/measure/scan_info.hpp"
+#include "kelvane/toolkit/report/explanation.hpp"
 #include "kelvane/toolkit/rims/rim_curve.hpp"
 #include "kelvane/toolkit/scan/scan_mesh.hpp"
 
@@ -157,6 +158,8 @@ TEST(Rims, AreClosedByEveryMethod) {
             const RepairReport report = repair_mesh(mesh, {marker}, options);
             ASSERT_EQ(report.markers[0].outcome, Outcome::repaired_chain);
             EXPECT_EQ(report.markers[0].rim, c.closing);
+            EXPECT_NE(explain_marker(scan, {marker}, 0, options).text.find(phrase(c.closing)),
+                      std::string::npos);
             EXPECT_TRUE(Mesh_M::check_mesh(mesh).sound());
             const Scan after = scan_of(mesh);
             EXPECT_EQ(static_cast<std::int64_t>(after.vertex_count()), report.vertices_after);
@@ -180,7 +183,8 @@ TEST(Rims, AreClosedByEveryMethod) {
 // A property that grows like a coordinate comes out as the coordinate, along the rim and inside.
 TEST(Rims, HandPropertiesOn) {
     const Curve rim = circle(40);
-    const Scan scan = sheet_below(rim, 24, 16);
+    Scan scan = sheet_below(rim, 24, 16);
+    scan.vertex_properties = {{"quality", std::vector<float>(scan.vertex_count())}};
     RepairOptions options;
     options.marker_size = 0.5;
     RepairReport report;

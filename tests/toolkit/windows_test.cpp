@@ -468,7 +468,8 @@ TEST(Windows, KeepWhatACutLeavesOfAPolygon) {
 // Properties of new vertices are mixed from old ones: a linear ramp goes on under a marker within
 // one of 255 levels over the panel's width.
 TEST(Windows, MixPropertiesThatContinueARamp) {
-    const SyntheticScan made = panel(1, false);
+    SyntheticScan made = panel(1, false);
+    made.marked.vertex_properties = {{"quality", std::vector<float>(made.marked.vertex_count())}};
     const Splice splice = plan(made.marked, made.markers, {}, false).splice;
     ASSERT_GT(splice.new_vertex_count(), 100U);
     double worst = 0.0;

@@ -80,7 +80,8 @@ std::string notes(const RepairReport& report) {
 
 std::string words(const MarkerReport& marker) {
     std::string text = describe(marker.outcome);
-    for (const std::string& more : {marker.search, marker.placement}) {
+    const std::string rim = marker.rim ? phrase(*marker.rim) : "";
+    for (const std::string& more : {marker.search, marker.placement, rim}) {
         text += more.empty() ? "" : "; " + more;
     }
     return escaped(text);

@@ -191,6 +191,9 @@ Explanation explain_marker(const Scan& scan, const std::vector<Marker>& markers,
                                      : "");
             tell_hole(mesh, run, hole, explanation, text);
         }
+        if (report.rim) {
+            text << phrase(*report.rim) << '\n';
+        }
     }
     explanation.text = text.str();
     return explanation;

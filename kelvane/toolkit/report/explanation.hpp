@@ -27,7 +27,8 @@ struct Explanation {
     /// along the boundary, one colour per verdict (green: taken). "border": as it was filled.
     /// "patch": the new faces.
     std::vector<Drawing> drawings;
-    std::string text; ///< a page: the cut, each walk with its verdict, the border, the patch
+    std::string text; ///< a page: the cut, each walk with its verdict, the border, the patch,
+                      ///< on the rim how it was closed
 };
 
 /// Repairs a copy of `scan` and tells how it went at marker `index` (from 0). The scan as a whole

@@ -28,4 +28,8 @@ const char* describe(RimClosing closing) {
     return "";
 }
 
+std::string phrase(RimClosing closing) {
+    return std::string("rim ") + to_string(closing) + ": " + describe(closing);
+}
+
 } // namespace KVN::toolkit

@@ -3,6 +3,8 @@
 
 #include "kelvane/export.hpp"
 
+#include <string>
+
 namespace KVN::toolkit {
 
 /// How the rim was closed. All but the first take the straight edge between the ends of the cut.
@@ -21,5 +23,7 @@ enum class RimClosing {
 KELVANE_EXPORT const char* to_string(RimClosing closing);
 /// Why, in words.
 KELVANE_EXPORT const char* describe(RimClosing closing);
+/// Both for people to read, e.g. "rim straight: too little rim beside the cut".
+KELVANE_EXPORT std::string phrase(RimClosing closing);
 
 } // namespace KVN::toolkit
