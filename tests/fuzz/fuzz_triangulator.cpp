@@ -30,7 +30,8 @@ std::vector<Corners> corners_of(const Mesh_M::Mesh& mesh) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    constexpr int most_steps = 32; // 8 edges
+    // 2 edges: the triangulator has no limit on its faces, and a vertex far off makes many.
+    constexpr int most_steps = 8;
     fuzz::Bytes bytes(data, size);
     const fuzz::Band band = fuzz::band_of(bytes, most_steps);
     Mesh_M::Mesh mesh;

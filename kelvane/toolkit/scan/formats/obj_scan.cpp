@@ -102,8 +102,8 @@ class ObjSplicer {
   public:
     ObjSplicer(const SourceFile& text, std::uint64_t vertex_count, const Splice& splice,
                OutputFile& out)
-        : text_(text), splice_(splice), out_(out), vertex_count_(vertex_count),
-          renumbering_(vertex_count, splice.vertices_gone), extras_(splice, false, -1),
+        : text_(text), splice_(splice), out_(out), renumbering_(vertex_count, splice.vertices_gone),
+          extras_(splice, false, -1),
           wanted_(splice.face_origin.begin(), splice.face_origin.end()) {}
 
     void run() {
@@ -227,7 +227,6 @@ class ObjSplicer {
     const SourceFile& text_;
     const Splice& splice_;
     OutputFile& out_;
-    std::uint64_t vertex_count_;
     Renumbering renumbering_;
     VertexExtras extras_;
     std::set<std::uint64_t> wanted_; // face records whose state new faces take
