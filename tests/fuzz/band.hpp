@@ -18,7 +18,7 @@ struct Band {
 
 /// A ring of 3 to 24 edges of length 1, then points moved by steps of a grid, up to `most_steps`
 /// (a power of two) of a quarter each, where they coincide and align at will, and triangles left
-/// out, doubled, turned over, or put across the hole.
+/// out, doubled, turned over, or put across the ring. None has all its corners on the border.
 inline Band band_of(Bytes& bytes, int most_steps) {
     Band band;
     const int n = band.loop = 3 + bytes.byte() % 22;
@@ -49,7 +49,7 @@ inline Band band_of(Bytes& bytes, int most_steps) {
             std::swap(band.triangles[f][0], band.triangles[f][1]);
             break;
         case 2:
-            triangle[2] = bytes.byte() % (2 * n);
+            triangle[2] = n + bytes.byte() % n;
             band.triangles.push_back(triangle);
             break;
         case 3:

@@ -42,6 +42,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         boundary.push_back(&mesh.vertices.at(i));
     }
     const std::vector<Corners> before = corners_of(mesh);
+    const std::string fault = Mesh_M::check_mesh(mesh).fault;
+    fuzz::expect_none(fault.empty() ? "" : "before: " + fault);
     KVN::HoleTriangulator(&mesh, boundary).fill_front();
 
     fuzz::expect_none(Mesh_M::check_mesh(mesh).fault);
