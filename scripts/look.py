@@ -2,9 +2,10 @@
 """Looks at a page of a repair in headless Chromium: look.py PAGE PICTURES
 
 Opens the page on a desktop and on a telephone, light and dark, turns a view, switches the colours, goes to another
-place, and once more without WebGL. Writes pictures to the folder PICTURES; stage.png shows the first place alone. Ends with 1 and a line per finding: an
-error on the console, a request that leaves the page, a drag, a button or a key that changes nothing, a page wider than
-its screen. Needs nothing but Python and chromium.
+place, turns and zooms with fingers, and once more without WebGL. Writes pictures to the folder PICTURES; stage.png
+shows the first place alone. Ends with 1 and a line per finding: an error on the console, a request that leaves the
+page, a drag, a finger or a button that changes nothing, a page wider than its screen. Needs nothing but Python and
+chromium.
 """
 import base64
 import itertools
@@ -97,6 +98,7 @@ class Browser:
         width, height, ratio, mobile = SCREENS[screen]
         self.call('Emulation.setDeviceMetricsOverride', width=width, height=height, deviceScaleFactor=ratio,
                   mobile=mobile)
+        self.call('Emulation.setTouchEmulationEnabled', enabled=mobile, maxTouchPoints=2)
         self.call('Emulation.setEmulatedMedia', features=[{'name': 'prefers-color-scheme', 'value': scheme}])
         self.call('Page.navigate', url=page.as_uri())
         end = time.monotonic() + PATIENCE
@@ -118,6 +120,14 @@ class Browser:
                                     ('mouseReleased', 1, 0)):
             self.call('Input.dispatchMouseEvent', type=kind, x=x + part * by_x, y=y + part * by_y, button='left',
                       buttons=buttons, clickCount=1)
+
+    def touch(self, *fingers):
+        """Moves fingers, each from a place to a place, at the same time."""
+        for kind, part in (('touchStart', 0), ('touchMove', .5), ('touchMove', 1)):
+            self.call('Input.dispatchTouchEvent', type=kind, touchPoints=[
+                {'x': x + part * (to_x - x), 'y': y + part * (to_y - y), 'id': i}
+                for i, ((x, y), (to_x, to_y)) in enumerate(fingers)])
+        self.call('Input.dispatchTouchEvent', type='touchEnd', touchPoints=[])
 
 
 def stage(browser):
@@ -142,15 +152,38 @@ def look_at_views(browser, page, pictures):
                'the zoom': lambda: browser.call('Input.dispatchMouseEvent', type='mouseWheel', x=box['x'] + 150,
                                                 y=box['y'] + 150, deltaX=0, deltaY=-200),
                'the next place': lambda: browser.value('document.getElementById("next").click()')}
+    try_all(browser, actions, box, pictures / 'stage.png')
+    browser.picture(pictures / 'turned.png')
+
+
+def try_all(browser, actions, box, first=None):
     browser.value('document.getElementById("hint").hidden = true')
-    before = browser.picture(pictures / 'stage.png', clip={**box, 'scale': 1})
+    before = browser.picture(first, clip={**box, 'scale': 1})
     for name, act in actions.items():
         act()
         after = browser.picture(clip={**box, 'scale': 1})
         if after == before:
             browser.findings.append(f'{name} changes nothing')
         before = after
-    browser.picture(pictures / 'turned.png')
+
+
+def look_by_touch(browser, page, pictures):
+    browser.open(page, 'telephone', 'light')
+    browser.value('document.getElementById("stage").scrollIntoView()')
+    box = stage(browser)
+    x, y = box['x'] + box['width'] / 2, box['y'] + box['height'] / 4
+    apart = ((x - 30, y), (x - 90, y)), ((x + 30, y), (x + 90, y))
+    scrolled = browser.value('scrollY')
+    clip = {**box, 'y': box['y'] + scrolled, 'scale': 1}
+    try_all(browser, {'one finger': lambda: browser.touch(((x, y), (x + 80, y + 60)))}, clip)
+    turned = browser.picture(clip=clip)
+    try_all(browser, {'two fingers apart': lambda: browser.touch(*apart)}, clip)
+    browser.picture(pictures / 'touched.png')
+    try_all(browser, {'two fingers together': lambda: browser.touch(*(finger[::-1] for finger in apart))}, clip)
+    if browser.picture(clip=clip) != turned:
+        browser.findings.append('two fingers do more than bring it nearer and back')
+    if browser.value('scrollY') != scrolled or browser.value('visualViewport.scale') != 1:
+        browser.findings.append('fingers on the views move the page')
 
 
 def look_without(browser, page, pictures):
@@ -164,7 +197,8 @@ def main():
     page, pictures = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2])
     pictures.mkdir(parents=True, exist_ok=True)
     findings = []
-    for flag, look in (('--enable-unsafe-swiftshader', look_at_views), ('--disable-3d-apis', look_without)):
+    for flag, look in (('--enable-unsafe-swiftshader', look_at_views), ('--enable-unsafe-swiftshader', look_by_touch),
+                       ('--disable-3d-apis', look_without)):
         with Browser(flag) as browser:
             look(browser, page, pictures)
             findings += browser.findings

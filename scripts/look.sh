@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Repairs the demo's raised markers and looks at the page of it in headless Chromium: desktop and telephone, light and dark, a
-# view turned, no WebGL. Fails on an error on the console, a request that leaves the page, a drag that changes nothing. Without
-# Chromium it says so and ends with 77, which ctest counts as skipped.
+# view turned by mouse and by fingers, no WebGL. Fails on an error on the console, a request that leaves the page, a drag that
+# changes nothing. Without Chromium it says so and ends with 77, which ctest counts as skipped.
 #
 #     scripts/look.sh FOLDER_OF_THE_COMMAND [PICTURES]    the pictures are kept where a folder is named for them
 #
