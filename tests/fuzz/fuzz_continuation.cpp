@@ -116,6 +116,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         fuzz::expect_none(faired.untouched() ? "" : "a refusal left something");
         return 0;
     }
-    fuzz::expect_none(fault_of(border, faired));
+    const std::string fault = fault_of(border, faired);
+    fuzz::expect_none(fault.empty() ? "" : "faired: " + fault);
     return 0;
 }

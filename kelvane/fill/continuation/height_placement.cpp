@@ -1,6 +1,7 @@
 #include "kelvane/fill/continuation/height_placement.hpp"
 
 #include "kelvane/fill/continuation/border_lean.hpp"
+#include "kelvane/fill/continuation/facet_balance.hpp"
 #include "kelvane/fill/continuation/plane_patch.hpp"
 
 #include <algorithm>
@@ -97,6 +98,7 @@ bool place_on_field(const HeightField& field, Finish finish, HoleScene& scene) {
     }
     if (finish == Finish::even) {
         slide(scene, plane, field);
+        balance_facets(plane, field, scene);
         lean_on_border(plane, field, scene);
     }
     return true;

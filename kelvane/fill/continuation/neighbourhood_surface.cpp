@@ -128,6 +128,13 @@ void split_triangles(const std::vector<Triangle>& triangles, const std::vector<i
     }
 }
 
+// A triangulation with such a side is no surface, and no fairing makes it one.
+bool uses_side_twice(const std::vector<Triangle>& triangles) {
+    const auto faces = faces_of_edges(triangles);
+    return std::any_of(faces.begin(), faces.end(),
+                       [](const auto& side) { return side.second.size() > 1; });
+}
+
 void find_movable(HoleScene& scene) {
     scene.movable.assign(scene.points.size(), 0);
     for (const Triangle& t : scene.patch) {
@@ -209,6 +216,9 @@ bool read_scene(const std::vector<double>& soup, const std::vector<double>& bord
     }
     if (hole_included) {
         split_triangles(triangles, original, surrounding_faces, scene);
+        if (uses_side_twice(scene.patch)) {
+            return false;
+        }
     } else {
         scene.surroundings = std::move(triangles);
     }

@@ -30,7 +30,8 @@ struct HoleScene {
 /// movable.
 ///
 /// False if a vector has the wrong length, a number is not finite, or the border has fewer than 3
-/// points or two in one place; `scene` is then undefined.
+/// points or two in one place, or the hole's triangles run along a side twice in one direction;
+/// `scene` is then undefined.
 bool read_scene(const std::vector<double>& soup, const std::vector<double>& border,
                 bool hole_included, int surrounding_faces, HoleScene& scene);
 
