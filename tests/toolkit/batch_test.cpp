@@ -2,6 +2,7 @@
 #include "toolkit_support.hpp"
 
 #include "kelvane/toolkit/batch/job_list.hpp"
+#include "kelvane/toolkit/batch/job_memory.hpp"
 #include "kelvane/toolkit/batch/shard.hpp"
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/job/marker_files.hpp"
@@ -150,6 +151,47 @@ TEST(Shard, ArrayNumbersGiveEachJobToOneTask) {
     EXPECT_FALSE(shard_of_array_task());
     for (const char* text : {"", "1", "2/2", "-1/2", "1/2x", "0/0", "1/"}) {
         EXPECT_THROW(parse_shard(text), InputError) << text;
+    }
+}
+
+// Sizes and peaks of runs that were measured, in megabytes.
+TEST(BatchMemory, CoversWhatRunsTookWithoutWaste) {
+    test::Folder folder;
+    const char* ply = "ply\nformat binary_little_endian 1.0\n";
+    const struct {
+        const char* name;
+        const char* scan;
+        const char* head;
+        int size;
+        int markers;
+        const char* output;
+        const char* option; ///< that is set
+        int peak;
+    } rows[] = {
+        {"binary PLY", "a.ply", ply, 190, 0, "b.ply", "", 65},
+        {"many markers", "a.ply", ply, 38, 1000, "b.ply", "", 583},
+        {"with a page", "a.ply", ply, 38, 200, "b.ply", "page", 256},
+        {"PLY to STL", "a.ply", ply, 190, 0, "b.stl", "", 180},
+        {"PLY with markers to be found", "a.ply", ply, 38, 0, "b.ply", "find", 102},
+        {"PLY as a whole mesh", "a.ply", ply, 38, 200, "b.ply", "whole-mesh", 610},
+        {"binary STL", "a.stl", "", 500, 200, "b.stl", "", 160},
+        {"binary STL to PLY", "a.stl", "", 500, 0, "b.ply", "", 364},
+        {"text STL", "a.stl", "solid a\n", 73, 0, "b.stl", "", 90},
+        {"OFF", "a.off", "OFF\n", 77, 0, "b.off", "", 264},
+    };
+    for (const auto& row : rows) {
+        const auto scan = folder.put(row.scan, row.head);
+        test::fs::resize_file(scan, static_cast<std::uintmax_t>(row.size) * 1'000'000);
+        const std::vector<KVN::Marker> markers(static_cast<std::size_t>(row.markers),
+                                               {0, 0, 0, 0, 0, 1, 1});
+        write_markers(folder / "markers.csv", markers);
+        BatchJob job{2, scan, folder / "markers.csv", folder / row.output, {}};
+        if (*row.option != '\0') {
+            job.options.emplace_back(row.option, "true");
+        }
+        const auto peak = static_cast<double>(row.peak) * 1e6;
+        EXPECT_GT(static_cast<double>(job_memory(job)), peak) << row.name;
+        EXPECT_LT(static_cast<double>(job_memory(job)), 3.4 * peak) << row.name;
     }
 }
 
