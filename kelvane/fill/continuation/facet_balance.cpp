@@ -1,5 +1,6 @@
 #include "kelvane/fill/continuation/facet_balance.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <vector>
@@ -17,6 +18,28 @@ constexpr int sweeps = 6;
 constexpr double middle_share = 2.0 / 15.0;
 constexpr double centre_share = 9.0 / 20.0;
 
+// In mean edges of the border: a longer one closes an open chain, apart from the surface, and what
+// its triangle stands off is not to be made good by points on the surface beside it.
+constexpr double long_edges = 3.0;
+
+double edge_length(const HoleScene& scene, int a, int b) {
+    return (scene.points[static_cast<std::size_t>(a)] - scene.points[static_cast<std::size_t>(b)])
+        .norm();
+}
+
+double mean_border_edge(const HoleScene& scene) {
+    double sum = 0.0;
+    for (std::size_t i = 0; i < scene.border.size(); ++i) {
+        sum += edge_length(scene, scene.border[i], scene.border[(i + 1) % scene.border.size()]);
+    }
+    return sum / static_cast<double>(scene.border.size());
+}
+
+double longest_edge(const HoleScene& scene, const Triangle& t) {
+    return std::max({edge_length(scene, t[0], t[1]), edge_length(scene, t[1], t[2]),
+                     edge_length(scene, t[2], t[0])});
+}
+
 // What the least squares ask of one triangle: a third of its area and, per corner, the moment of
 // its distance from the field, weighted by the corner's hat function.
 struct Facet {
@@ -24,8 +47,7 @@ struct Facet {
     std::array<double, 3> moments{};
 };
 
-Facet measure(const HoleScene& scene, const PlanePatch& plane, const HeightField& field,
-              const Triangle& t) {
+Facet measure(const PlanePatch& plane, const HeightField& field, const Triangle& t) {
     std::array<Place, 3> places;
     std::array<double, 3> heights{};
     for (std::size_t c = 0; c < 3; ++c) {
@@ -37,8 +59,8 @@ Facet measure(const HoleScene& scene, const PlanePatch& plane, const HeightField
     facet.area = 0.5 * std::fabs(plane.signed_area(t));
     for (std::size_t c = 0; c < 3; ++c) {
         const std::size_t next = (c + 1) % 3;
-        const double off = 0.5 * (heights[c] + heights[next]) -
-                           field(Place(0.5 * (places[c] + places[next])));
+        const double off =
+            0.5 * (heights[c] + heights[next]) - field(Place(0.5 * (places[c] + places[next])));
         const double moment = middle_share * facet.area * off / 2.0;
         facet.moments[c] += moment;
         facet.moments[next] += moment;
@@ -56,8 +78,10 @@ Facet measure(const HoleScene& scene, const PlanePatch& plane, const HeightField
 void balance_facets(const PlanePatch& plane, const HeightField& field, HoleScene& scene) {
     std::vector<double> moments(scene.points.size(), 0.0);
     std::vector<double> areas;
+    const double longest = long_edges * mean_border_edge(scene);
     for (const Triangle& t : scene.patch) {
-        const Facet facet = measure(scene, plane, field, t);
+        const bool counts = longest_edge(scene, t) <= longest;
+        const Facet facet = counts ? measure(plane, field, t) : Facet();
         areas.push_back(facet.area);
         for (std::size_t c = 0; c < 3; ++c) {
             moments[static_cast<std::size_t>(t[c])] += facet.moments[c];

@@ -80,7 +80,7 @@ std::vector<std::size_t> near_border(const HoleScene& scene, const std::vector<i
 // Edges from the border to each sample, over the surroundings; `beyond` beyond the rings that
 // matter.
 std::vector<int> rings_of(const HoleScene& scene, const std::vector<int>& samples) {
-    constexpr int beyond = 3;
+    constexpr int beyond = 4;
     std::vector<int> rings(scene.points.size(), beyond);
     for (const int v : scene.border) {
         rings[static_cast<std::size_t>(v)] = 0;

@@ -22,7 +22,7 @@ class HeightField {
     /// The plane that heights are measured over.
     const Frame& frame() const { return frame_; }
 
-    /// How far the field can be trusted, 0 to 1: how well it foretold the row beside the hole.
+    /// How far the field can be trusted, 0 to 1: how well it foretold the rows beside the hole.
     double trust() const { return trust_; }
 
     /// The height over a place of the plane.
