@@ -47,26 +47,27 @@ struct Facet {
     std::array<double, 3> moments{};
 };
 
-Facet measure(const PlanePatch& plane, const HeightField& field, const Triangle& t) {
+Facet measure(const PlanePatch& plane, const HeightField& field, const std::vector<double>& trend,
+              const Triangle& t) {
     std::array<Place, 3> places;
     std::array<double, 3> heights{};
     for (std::size_t c = 0; c < 3; ++c) {
         const auto v = static_cast<std::size_t>(t[c]);
         places[c] = plane.places[v];
-        heights[c] = field(places[c]);
+        heights[c] = trend[v];
     }
     Facet facet;
     facet.area = 0.5 * std::fabs(plane.signed_area(t));
     for (std::size_t c = 0; c < 3; ++c) {
         const std::size_t next = (c + 1) % 3;
-        const double off =
-            0.5 * (heights[c] + heights[next]) - field(Place(0.5 * (places[c] + places[next])));
+        const double off = 0.5 * (heights[c] + heights[next]) -
+                           field.trend(Place(0.5 * (places[c] + places[next])));
         const double moment = middle_share * facet.area * off / 2.0;
         facet.moments[c] += moment;
         facet.moments[next] += moment;
     }
     const double off = (heights[0] + heights[1] + heights[2]) / 3.0 -
-                       field(Place((places[0] + places[1] + places[2]) / 3.0));
+                       field.trend(Place((places[0] + places[1] + places[2]) / 3.0));
     for (double& moment : facet.moments) {
         moment += centre_share * facet.area * off / 3.0;
     }
@@ -78,10 +79,16 @@ Facet measure(const PlanePatch& plane, const HeightField& field, const Triangle&
 void balance_facets(const PlanePatch& plane, const HeightField& field, HoleScene& scene) {
     std::vector<double> moments(scene.points.size(), 0.0);
     std::vector<double> areas;
+    std::vector<double> trend(scene.points.size(), 0.0);
+    for (std::size_t v = 0; v < trend.size(); ++v) {
+        if (!plane.around(v).empty()) {
+            trend[v] = field.trend(plane.places[v]);
+        }
+    }
     const double longest = long_edges * mean_border_edge(scene);
     for (const Triangle& t : scene.patch) {
         const bool counts = longest_edge(scene, t) <= longest;
-        const Facet facet = counts ? measure(plane, field, t) : Facet();
+        const Facet facet = counts ? measure(plane, field, trend, t) : Facet();
         areas.push_back(facet.area);
         for (std::size_t c = 0; c < 3; ++c) {
             moments[static_cast<std::size_t>(t[c])] += facet.moments[c];

@@ -28,6 +28,9 @@ class HeightField {
     /// The height over a place of the plane.
     double operator()(const Place& place) const { return trend_(place) + correction_(place); }
 
+    /// That of the trend alone: the same curvature, at a small part of the cost.
+    double trend(const Place& place) const { return trend_(place); }
+
   private:
     Frame frame_;
     HeightModel trend_;

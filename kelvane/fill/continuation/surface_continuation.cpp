@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 #include <set>
 #include <utility>
 
@@ -40,17 +39,21 @@ bool can_move(const HoleScene& scene, const Triangle& t) {
 // Edges of the patch across which the surface turns back by more than 120 degrees.
 int count_folds(const HoleScene& scene) {
     constexpr double back_cosine = -0.5;
-    std::map<std::pair<int, int>, Point> normals;
-    int folds = 0;
+    std::vector<Point> normals;
+    std::vector<std::pair<std::pair<int, int>, std::size_t>> sides;
     for (const Triangle& t : scene.patch) {
-        const Point normal = triangle_area(scene, t).stableNormalized();
         for (int c = 0; c < 3; ++c) {
-            const auto other = normals.find({t[(c + 1) % 3], t[c]});
-            if (other != normals.end() && other->second.dot(normal) < back_cosine) {
-                ++folds;
-            }
-            normals[{t[c], t[(c + 1) % 3]}] = normal;
+            sides.emplace_back(std::minmax(t[c], t[(c + 1) % 3]), normals.size());
         }
+        normals.push_back(triangle_area(scene, t).stableNormalized());
+    }
+    std::sort(sides.begin(), sides.end());
+    int folds = 0;
+    for (std::size_t i = 1; i < sides.size(); ++i) {
+        folds += sides[i].first == sides[i - 1].first &&
+                         normals[sides[i].second].dot(normals[sides[i - 1].second]) < back_cosine
+                     ? 1
+                     : 0;
     }
     return folds;
 }

@@ -18,7 +18,7 @@ constexpr double full_trust = 0.95;
 // Fewer samples do not fix a trend.
 constexpr std::size_t least_known = 12;
 // A plate costs the cube of its samples; the trend takes all.
-constexpr std::size_t most_samples = 140;
+constexpr std::size_t most_samples = 110;
 constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max() / 2;
 constexpr int most_rings = std::numeric_limits<int>::max();
 
