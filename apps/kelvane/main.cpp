@@ -7,6 +7,7 @@
 #include "kelvane/toolkit/errors.hpp"
 #include "kelvane/toolkit/scan/formats/temporary_file.hpp"
 
+#include <cstddef>
 #include <cstdlib>
 #include <exception>
 #include <memory>
@@ -15,6 +16,8 @@
 #include <string>
 #include <utility>
 
+#include <sys/mman.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -22,6 +25,7 @@ namespace {
 constexpr int bad_input = 2;
 constexpr int refused = 3;
 constexpr int interrupted = 130;
+constexpr std::size_t stack_depth = 1 << 20; // bytes; the deepest that was seen in a run is 204 kB
 
 /// One empty line between the groups of a help, which has to fit a screen.
 class CompactFormatter : public CLI::Formatter {
@@ -97,8 +101,26 @@ int fail(int status, const char* message) {
     std::_Exit(refused);
 }
 
+/// Where memory is limited, a stack that may not grow any more ends the process by a fault, without
+/// a word. So it takes at the beginning what it can need, or the run is refused.
+[[gnu::noinline]] void grow_stack() {
+    struct rlimit limit {};
+    if (::getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur < 2 * stack_depth) {
+        return;
+    }
+    void* room = ::mmap(nullptr, 2 * stack_depth, PROT_READ | PROT_WRITE,
+                        MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (room == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    ::munmap(room, 2 * stack_depth);
+    [[maybe_unused]] volatile char stack[stack_depth];
+    stack[0] = 0;
+}
+
 int guarded_run(int argc, char** argv) {
     try {
+        grow_stack();
         return run(argc, argv);
     } catch (const KVN::toolkit::InputError& error) {
         return fail(bad_input, error.what());
