@@ -1,5 +1,7 @@
 #include "kelvane/fill/continuation/surface_samples.hpp"
 
+#include <algorithm>
+
 namespace Mesh_M::fill {
 
 SurfaceSamples pick_rings(const SurfaceSamples& samples, int first, int last,
@@ -10,11 +12,11 @@ SurfaceSamples pick_rings(const SurfaceSamples& samples, int first, int last,
             indices.push_back(i);
         }
     }
-    const std::size_t stride = (indices.size() + greatest - 1) / greatest;
+    const std::size_t count = std::min(indices.size(), greatest);
     SurfaceSamples picked;
     std::vector<double> heights;
-    for (std::size_t k = 0; k < indices.size(); k += stride) {
-        const std::size_t i = indices[k];
+    for (std::size_t k = 0; k < count; ++k) {
+        const std::size_t i = indices[k * indices.size() / count];
         picked.places.push_back(samples.places[i]);
         picked.rings.push_back(samples.rings[i]);
         heights.push_back(samples.heights[static_cast<Eigen::Index>(i)]);

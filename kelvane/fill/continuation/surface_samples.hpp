@@ -14,7 +14,7 @@ struct SurfaceSamples {
 };
 
 /// The samples on rings `first` to `last`, in their order; where there are more than `greatest`,
-/// every second, third and so on of them.
+/// so many of them, evenly spread.
 SurfaceSamples pick_rings(const SurfaceSamples& samples, int first, int last, std::size_t greatest);
 
 } // namespace Mesh_M::fill

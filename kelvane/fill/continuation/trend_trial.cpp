@@ -18,7 +18,7 @@ constexpr double full_trust = 0.95;
 // Fewer samples do not fix a trend.
 constexpr std::size_t least_known = 12;
 // A plate costs the cube of its samples; the trend takes all.
-constexpr std::size_t most_samples = 110;
+constexpr std::size_t most_samples = 120;
 constexpr std::size_t unlimited = std::numeric_limits<std::size_t>::max() / 2;
 constexpr int most_rings = std::numeric_limits<int>::max();
 
@@ -35,7 +35,7 @@ struct Trial {
 
 /// Foretells the first `rows` rings from those behind them. Nothing, if these are too few.
 Trial foretell_rows(const HeightModel& trend, const SurfaceSamples& samples, int rows) {
-    const SurfaceSamples asked = pick_rings(samples, 0, rows - 1, most_samples);
+    const SurfaceSamples asked = pick_rings(samples, 0, rows - 1, unlimited);
     const SurfaceSamples known = pick_rings(samples, rows, rows + 1, most_samples);
     const SurfaceSamples behind = pick_rings(samples, rows, most_rings, unlimited);
     PlateField plate;
