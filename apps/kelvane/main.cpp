@@ -101,9 +101,14 @@ int fail(int status, const char* message) {
     std::_Exit(refused);
 }
 
+[[gnu::noinline]] void touch_stack() {
+    [[maybe_unused]] volatile char stack[stack_depth];
+    stack[0] = 0;
+}
+
 /// Where memory is limited, a stack that may not grow any more ends the process by a fault, without
 /// a word. So it takes at the beginning what it can need, or the run is refused.
-[[gnu::noinline]] void grow_stack() {
+void grow_stack() {
     struct rlimit limit {};
     if (::getrlimit(RLIMIT_STACK, &limit) != 0 || limit.rlim_cur < 2 * stack_depth) {
         return;
@@ -114,8 +119,7 @@ int fail(int status, const char* message) {
         throw std::bad_alloc();
     }
     ::munmap(room, 2 * stack_depth);
-    [[maybe_unused]] volatile char stack[stack_depth];
-    stack[0] = 0;
+    touch_stack();
 }
 
 int guarded_run(int argc, char** argv) {

@@ -84,6 +84,14 @@ void counted_delete(void* memory) {
 void* operator new(std::size_t size) {
     return counted_new(size, alignof(std::max_align_t));
 }
+// As the standard library's own, which a sanitizer puts its own in place of.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
 void* operator new(std::size_t size, std::align_val_t alignment) {
     return counted_new(size, static_cast<std::size_t>(alignment));
 }
