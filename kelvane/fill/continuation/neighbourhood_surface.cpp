@@ -55,21 +55,48 @@ std::vector<int> weld(const std::vector<Point>& positions, std::vector<Point>& p
     return index;
 }
 
-std::map<DirectedEdge, std::vector<int>> faces_of_edges(const std::vector<Triangle>& triangles) {
-    std::map<DirectedEdge, std::vector<int>> faces;
-    for (std::size_t f = 0; f < triangles.size(); ++f) {
-        for (int c = 0; c < 3; ++c) {
-            faces[{triangles[f][c], triangles[f][(c + 1) % 3]}].push_back(static_cast<int>(f));
+// The triangles on each side of their edges: sorted, where a tree would cost more than all that is
+// asked of it.
+class FacesOfEdges {
+  public:
+    using Entry = std::pair<DirectedEdge, int>;
+
+    explicit FacesOfEdges(const std::vector<Triangle>& triangles) {
+        entries_.reserve(3 * triangles.size());
+        for (std::size_t f = 0; f < triangles.size(); ++f) {
+            for (int c = 0; c < 3; ++c) {
+                entries_.push_back(
+                    {{triangles[f][c], triangles[f][(c + 1) % 3]}, static_cast<int>(f)});
+            }
         }
+        std::sort(entries_.begin(), entries_.end());
     }
-    return faces;
-}
+
+    const std::vector<Entry>& all() const { return entries_; }
+
+    // Calls `use` with the triangles that run along `edge`, ascending, as long as it holds.
+    template <class Use>
+    bool each(const DirectedEdge& edge, const Use& use) const {
+        auto entry = std::lower_bound(entries_.begin(), entries_.end(), Entry(edge, 0));
+        while (entry != entries_.end() && entry->first == edge && use(entry->second)) {
+            ++entry;
+        }
+        return entry == entries_.end() || entry->first != edge;
+    }
+
+    bool any(const DirectedEdge& edge) const {
+        return !each(edge, [](int) { return false; });
+    }
+
+  private:
+    std::vector<Entry> entries_;
+};
 
 // Spreads the side of the triangles on the border to all that are joined to them. False if both
 // sides meet in one triangle.
 bool spread_sides(const std::vector<Triangle>& triangles, const std::vector<int>& border,
                   std::vector<Side>& sides) {
-    const auto faces = faces_of_edges(triangles);
+    const FacesOfEdges faces(triangles);
     std::map<DirectedEdge, Side> loop;
     for (std::size_t i = 0; i < border.size(); ++i) {
         const int a = border[i];
@@ -87,12 +114,9 @@ bool spread_sides(const std::vector<Triangle>& triangles, const std::vector<int>
         return current == side;
     };
     for (const auto& [edge, side] : loop) {
-        if (const auto found = faces.find(edge); found != faces.end()) {
-            for (const int face : found->second) {
-                if (!label(face, side)) {
-                    return false;
-                }
-            }
+        const Side own = side;
+        if (!faces.each(edge, [&](int face) { return label(face, own); })) {
+            return false;
         }
     }
     while (!pending.empty()) {
@@ -101,14 +125,10 @@ bool spread_sides(const std::vector<Triangle>& triangles, const std::vector<int>
         const Triangle& t = triangles[static_cast<std::size_t>(face)];
         for (int c = 0; c < 3; ++c) {
             const DirectedEdge opposite(t[(c + 1) % 3], t[c]);
-            const auto found = faces.find(opposite);
-            if (found == faces.end() || loop.count(opposite)) {
-                continue;
-            }
-            for (const int next : found->second) {
-                if (!label(next, sides[static_cast<std::size_t>(face)])) {
-                    return false;
-                }
+            const Side own = sides[static_cast<std::size_t>(face)];
+            if (!loop.count(opposite) &&
+                !faces.each(opposite, [&](int next) { return label(next, own); })) {
+                return false;
             }
         }
     }
@@ -130,9 +150,10 @@ void split_triangles(const std::vector<Triangle>& triangles, const std::vector<i
 
 // A triangulation with such a side is no surface, and no fairing makes it one.
 bool uses_side_twice(const std::vector<Triangle>& triangles) {
-    const auto faces = faces_of_edges(triangles);
-    return std::any_of(faces.begin(), faces.end(),
-                       [](const auto& side) { return side.second.size() > 1; });
+    const FacesOfEdges faces(triangles);
+    return std::adjacent_find(faces.all().begin(), faces.all().end(),
+                              [](const auto& a, const auto& b) { return a.first == b.first; }) !=
+           faces.all().end();
 }
 
 void find_movable(HoleScene& scene) {
@@ -150,9 +171,9 @@ void find_movable(HoleScene& scene) {
     for (const int v : scene.border) {
         scene.movable[static_cast<std::size_t>(v)] = 0;
     }
-    const auto faces = faces_of_edges(scene.patch);
-    for (const auto& [edge, list] : faces) {
-        if (!faces.count({edge.second, edge.first})) {
+    const FacesOfEdges faces(scene.patch);
+    for (const auto& [edge, face] : faces.all()) {
+        if (!faces.any({edge.second, edge.first})) {
             scene.movable[static_cast<std::size_t>(edge.first)] = 0;
             scene.movable[static_cast<std::size_t>(edge.second)] = 0;
         }
