@@ -98,8 +98,8 @@ class KELVANE_EXPORT Orbrel {
     /// the hole if the outline of the surface, cut along `border`, separates it from the
     /// surroundings.
     ///
-    /// Results and failures as for fillHole2; a triangulation of the hole that runs along one of its
-    /// edges twice in one direction is refused as well.
+    /// Results and failures as for fillHole2; a triangulation of the hole that runs along one of
+    /// its edges twice in one direction is refused as well.
     int fairing(const std::vector<double>& neighbourhood, const int& neighbourhoodFaces,
                 const std::vector<double>& border, std::vector<MyPoint3>& points,
                 std::vector<MyFace>& faces, std::vector<MyPoint3>& normals,
