@@ -1,5 +1,6 @@
-// Turns bytes into a file with properties of all types and a splice, and looks whether the spliced
-// file reads as spliced arrays do, and whether taking out what was put in brings every byte back.
+// Turns bytes into a PLY file with properties of all types and a splice, and looks whether the
+// spliced file reads as spliced arrays do, and whether taking out what was put in brings every byte
+// back.
 #include "kelvane/toolkit/scan/open_scan.hpp"
 #include "kelvane/toolkit/scan/scan_files.hpp"
 #include "kelvane/toolkit/scan/splice_arrays.hpp"
@@ -11,7 +12,6 @@ namespace {
 
 using namespace KVN::toolkit;
 using fuzz::Bytes;
-using Polygon = std::vector<std::uint32_t>;
 
 enum class Form { ascii, little, big };
 
@@ -67,24 +67,20 @@ std::string head_of(const std::string& element, std::size_t count, const std::ve
     return head;
 }
 
+/// A square of triangles whose coordinates are whole numbers that every type holds.
 struct Grid {
     int side;
-    std::vector<Polygon> polygons;
+    std::vector<std::int32_t> triangles;
 
     explicit Grid(Bytes& bytes) : side(2 + bytes.byte() % 5) {
-        for (int i = 0; i + side + 1 < side * side; ++i) {
-            if (i % side != side - 1) {
-                const auto v = static_cast<std::uint32_t>(i), n = static_cast<std::uint32_t>(side);
-                const int kind = bytes.byte() % 8;
-                polygons.push_back(kind == 0   ? Polygon{v, v + 1, v + n + 1, v + n}
-                                   : kind == 1 ? Polygon{v, v + n}
-                                               : Polygon{v, v + 1, v + n + 1});
+        for (int v = 0; v + side + 1 < vertices(); ++v) {
+            if (v % side != side - 1) {
+                triangles.insert(triangles.end(), {v, v + 1, v + side + 1});
             }
         }
-        polygons.push_back({0, 1, static_cast<std::uint32_t>(side)}); // at least one triangle
     }
     int vertices() const { return side * side; }
-    /// x, y, z as whole numbers that every type holds.
+    std::size_t faces() const { return triangles.size() / 3; }
     double coordinate(int v, std::size_t axis) const {
         return axis == 0 ? v % side : axis == 1 ? v / side : v % 3;
     }
@@ -99,7 +95,7 @@ std::string ply_of(const Grid& grid, Form form, Bytes& bytes) {
     std::string file = std::string("ply\nformat ") + names[static_cast<int>(form)] +
                        " 1.0\ncomment kept\n" +
                        head_of("vertex", static_cast<std::size_t>(grid.vertices()), vertex) +
-                       head_of("face", grid.polygons.size(), face) + "end_header\n";
+                       head_of("face", grid.faces(), face) + "end_header\n";
     const auto put_other = [&](const Column& column) {
         const int values = column.is_list ? bytes.byte() % 3 : 1;
         if (column.is_list) {
@@ -126,15 +122,15 @@ std::string ply_of(const Grid& grid, Form form, Bytes& bytes) {
         }
         end_record();
     }
-    for (const Polygon& polygon : grid.polygons) {
+    for (std::size_t f = 0; f < grid.faces(); ++f) {
         for (const Column& column : face) {
             if (column.name != "vertex_indices") {
                 put_other(column);
                 continue;
             }
-            put(1, static_cast<double>(polygon.size()), form, file);
-            for (const std::uint32_t corner : polygon) {
-                put(corner_type, corner, form, file);
+            put(1, 3, form, file);
+            for (std::size_t c = 0; c < 3; ++c) {
+                put(corner_type, grid.triangles[3 * f + c], form, file);
             }
         }
         end_record();
@@ -142,103 +138,41 @@ std::string ply_of(const Grid& grid, Form form, Bytes& bytes) {
     return file;
 }
 
-/// OBJ, or OFF, with colours if the bytes want them.
-std::string text_of(const Grid& grid, bool obj, Bytes& bytes) {
-    const bool colours = bytes.coin();
-    std::string file = obj ? "# kept\n"
-                           : (colours ? "COFF\n" : "OFF\n") + std::to_string(grid.vertices()) +
-                                 " " + std::to_string(grid.polygons.size()) + " 0\n";
-    for (int v = 0; v < grid.vertices(); ++v) {
-        file += obj ? "v" : "";
-        for (std::size_t axis = 0; axis < 3; ++axis) {
-            file += " " + std::to_string(static_cast<int>(grid.coordinate(v, axis)));
-        }
-        for (int i = 0; colours && i < (obj ? 3 : 4); ++i) { // whole numbers alone would be bytes
-            file += " " + std::to_string(v == 0 ? 0.5 : bytes.byte() / 8.0);
-        }
-        file += "\n";
+/// Takes vertices and faces out if it `removes`, and puts some of both in.
+Splice change_of(const Grid& grid, bool removes, Bytes& bytes) {
+    Splice splice;
+    const auto old = static_cast<std::uint32_t>(grid.vertices());
+    std::vector<std::uint32_t> staying{0};
+    for (std::uint32_t v = 1; v < old; ++v) {
+        const bool goes = removes && bytes.byte() % 8 == 0;
+        (goes ? splice.vertices_gone : staying).push_back(v);
     }
-    for (const Polygon& polygon : grid.polygons) {
-        file += obj ? "f" : std::to_string(polygon.size());
-        for (const std::uint32_t corner : polygon) {
-            file += " " + std::to_string(corner + (obj ? 1 : 0));
+    for (std::size_t f = 0; f < grid.faces(); ++f) {
+        if (removes && bytes.byte() % 8 == 0) {
+            splice.faces_gone.push_back(f);
         }
-        file += "\n";
     }
-    return file;
+    const auto vertex = [&] {
+        return staying[static_cast<std::size_t>(bytes.below(static_cast<int>(staying.size())))];
+    };
+    splice.origin_begin = {0};
+    for (int i = 1 + bytes.byte() % 3; i > 0; --i) {
+        splice.positions.insert(splice.positions.end(), {bytes.whole(), bytes.whole(), 7.0F});
+        splice.origin_vertex.insert(splice.origin_vertex.end(), {vertex(), vertex()});
+        splice.origin_weight.insert(splice.origin_weight.end(), {0.25F, 0.75F});
+        splice.origin_begin.push_back(splice.origin_begin.back() + 2);
+    }
+    const bool has_origins = bytes.coin();
+    for (int i = 1 + bytes.byte() % 4; i > 0; --i) {
+        const int fresh = bytes.below(static_cast<int>(splice.new_vertex_count()));
+        splice.faces.push_back({0, vertex(), old + static_cast<std::uint32_t>(fresh)});
+        if (has_origins) {
+            splice.face_origin.push_back(
+                static_cast<std::uint64_t>(bytes.below(static_cast<int>(grid.faces()))));
+        }
+    }
+    return splice;
 }
-
-/// The same change for the file's records and for the triangles of its arrays.
-struct Change {
-    Splice records;
-    Splice triangles;
-
-    Change(const Grid& grid, bool removes, Bytes& bytes) {
-        const auto old = static_cast<std::uint32_t>(grid.vertices());
-        std::vector<bool> gone(old);
-        for (std::uint32_t v = 1; removes && v < old; ++v) { // vertex 0 stays
-            gone[v] = bytes.byte() % 8 == 0;
-            if (gone[v]) {
-                records.vertices_gone.push_back(v);
-            }
-        }
-        triangles = records;
-        const std::vector<std::uint64_t> first = remove_faces(grid, gone, removes, bytes);
-        const auto vertex = [&] {
-            const auto v = static_cast<std::uint32_t>(bytes.below(static_cast<int>(old)));
-            return gone[v] ? 0 : v;
-        };
-        records.origin_begin = {0};
-        for (int i = 1 + bytes.byte() % 3; i > 0; --i) {
-            records.positions.insert(records.positions.end(), {bytes.whole(), bytes.whole(), 7.0F});
-            records.origin_vertex.insert(records.origin_vertex.end(), {vertex(), vertex()});
-            records.origin_weight.insert(records.origin_weight.end(), {0.25F, 0.75F});
-            records.origin_begin.push_back(records.origin_begin.back() + 2);
-        }
-        const bool has_origins = bytes.coin();
-        for (int i = 1 + bytes.byte() % 4; i > 0; --i) {
-            const auto fresh = static_cast<std::uint32_t>(
-                bytes.below(static_cast<int>(records.new_vertex_count())));
-            records.faces.push_back({0, vertex(), old + fresh});
-            if (has_origins) {
-                const auto record =
-                    static_cast<std::size_t>(bytes.below(static_cast<int>(grid.polygons.size())));
-                const bool is_short = grid.polygons[record].size() < 3;
-                records.face_origin.push_back(is_short ? grid.polygons.size() - 1 : record);
-                triangles.face_origin.push_back(first[records.face_origin.back()]);
-            }
-        }
-        triangles.positions = records.positions;
-        triangles.faces = records.faces;
-        triangles.origin_begin = records.origin_begin;
-        triangles.origin_vertex = records.origin_vertex;
-        triangles.origin_weight = records.origin_weight;
-    }
-
-  private:
-    /// Returns the first triangle of every record.
-    std::vector<std::uint64_t> remove_faces(const Grid& grid, const std::vector<bool>& gone,
-                                            bool removes, Bytes& bytes) {
-        std::vector<std::uint64_t> first;
-        std::uint64_t triangle = 0;
-        for (std::size_t f = 0; f < grid.polygons.size(); ++f) {
-            const Polygon& polygon = grid.polygons[f];
-            const bool listed = removes && bytes.byte() % 8 == 0;
-            if (listed) {
-                records.faces_gone.push_back(f);
-            }
-            const bool goes = listed || std::any_of(polygon.begin(), polygon.end(),
-                                                    [&](std::uint32_t v) { return gone[v]; });
-            first.push_back(triangle);
-            for (std::size_t i = 2; i < polygon.size(); ++i, ++triangle) {
-                if (goes) {
-                    triangles.faces_gone.push_back(triangle);
-                }
-            }
-        }
-        return first;
-    }
-};
 
 void expect_same(const std::vector<Property>& a, const std::vector<Property>& b) {
     bool same = a.size() == b.size();
@@ -253,33 +187,29 @@ void expect_same(const std::vector<Property>& a, const std::vector<Property>& b)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const fuzz::Folder folder;
     Bytes bytes(data, size);
-    const int kind = bytes.byte() % 5;
-    const std::string extension = kind < 3 ? ".ply" : kind == 3 ? ".obj" : ".off";
+    const auto form = static_cast<Form>(bytes.byte() % 3);
     const Grid grid(bytes);
-    const std::string before =
-        kind < 3 ? ply_of(grid, static_cast<Form>(kind), bytes) : text_of(grid, kind == 3, bytes);
-    const auto scan = open_scan(folder.put("in" + extension, before));
+    const std::string before = ply_of(grid, form, bytes);
+    const auto scan = open_scan(folder.put("in.ply", before));
 
-    const Change change(grid, true, bytes);
-    write_spliced(*scan, change.records, folder / ("out" + extension));
+    const Splice change = change_of(grid, true, bytes);
+    write_spliced(*scan, change, folder / "out.ply");
     Scan expected = scan->to_scan();
-    apply_splice(expected, change.triangles);
-    const Scan read = read_scan(folder / ("out" + extension));
+    apply_splice(expected, change);
+    const Scan read = read_scan(folder / "out.ply");
     fuzz::expect_none(fuzz::same_bits(read.positions, expected.positions) ? "" : "positions");
     fuzz::expect_none(read.triangles == expected.triangles ? "" : "triangles");
     expect_same(read.vertex_properties, expected.vertex_properties);
     expect_same(read.face_properties, expected.face_properties);
 
-    const Change more(grid, false, bytes);
-    write_spliced(*scan, more.records, folder / ("more" + extension));
-    const auto larger = open_scan(folder / ("more" + extension));
+    write_spliced(*scan, change_of(grid, false, bytes), folder / "more.ply");
+    const auto larger = open_scan(folder / "more.ply");
     Splice less;
     for (std::uint64_t v = scan->vertex_count(); v < larger->vertex_count(); ++v) {
         less.vertices_gone.push_back(static_cast<std::uint32_t>(v));
     }
-    write_spliced(*larger, less, folder / ("again" + extension));
-    fuzz::expect_none(fuzz::Folder::content(folder / ("again" + extension)) == before
-                          ? ""
-                          : "an untouched record changed");
+    write_spliced(*larger, less, folder / "again.ply");
+    fuzz::expect_none(
+        fuzz::Folder::content(folder / "again.ply") == before ? "" : "an untouched record changed");
     return 0;
 }

@@ -42,7 +42,8 @@ void set_value(Property& property, std::size_t i, double value) {
         property.values);
 }
 
-/// The values nx, ny, nz of the new vertices, which append_mixed() has mixed one by one.
+/// The values nx, ny, nz of the new vertices, which append_mixed() has mixed one by one, as
+/// normals.
 void normalise_new(std::vector<Property>& properties, const Splice& splice, std::size_t old_count) {
     Property* axes[3] = {};
     for (Property& property : properties) {
@@ -55,8 +56,12 @@ void normalise_new(std::vector<Property>& properties, const Splice& splice, std:
     }
     for (std::size_t k = 0; k < splice.new_vertex_count(); ++k) {
         const std::size_t i = old_count + k;
-        const std::array<double, 3> normal = normal_of(
-            splice, k, {value_at(*axes[0], i), value_at(*axes[1], i), value_at(*axes[2], i)});
+        std::array<double, 3> whole{}; // not the mixed values, which are rounded to their type
+        for (std::size_t axis = 0; axis < 3; ++axis) {
+            whole[axis] = mixed(
+                splice, k, [&](std::uint32_t vertex) { return value_at(*axes[axis], vertex); });
+        }
+        const std::array<double, 3> normal = normal_of(splice, k, whole);
         for (std::size_t axis = 0; axis < 3; ++axis) {
             set_value(*axes[axis], i, normal[axis]);
         }
