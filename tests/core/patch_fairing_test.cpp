@@ -119,42 +119,6 @@ TEST(PatchFairing, ExpandsRowsAsTheRecursionDoes) {
     }
 }
 
-TEST(PatchFairing, ReproducesAPlane) {
-    TestMesh arrays = height_grid(14, 14, 1.0, [](double x, double y) { return 0.5 * x - y; });
-    const std::unique_ptr<Mesh> mesh = make_mesh(arrays);
-    const std::vector<_vert*> free = block(*mesh, 14, {4, 4, 10, 10});
-    for (_vert* v : free) { // uneven within the plane
-        v->pos.x += 0.2f * std::sin(3.0f * static_cast<float>(v->index));
-        v->pos.z = 0.5f * v->pos.x - v->pos.y;
-    }
-    EXPECT_EQ(FreeVertices(free).fair(*mesh), 0);
-    for (const _vert* v : free) {
-        EXPECT_NEAR(v->pos.z, 0.5f * v->pos.x - v->pos.y, 1e-5);
-    }
-}
-
-// A flat fan of n fixed corners under a free vertex, with another ring around it.
-TEST(PatchFairing, PutsTheHubOfARegularFanIntoItsCentre) {
-    for (const int n : {3, 5, 6, 11}) {
-        TestMesh fan;
-        fan.add_vertex(0.0, 0.0, 0.7);
-        for (int ring = 1; ring <= 2; ++ring) {
-            for (int i = 0; i < n; ++i) {
-                const double angle = 2.0 * pi * i / n;
-                fan.add_vertex(ring * std::cos(angle), ring * std::sin(angle), 0.0);
-            }
-        }
-        for (int i = 0; i < n; ++i) {
-            const int next = (i + 1) % n;
-            fan.add_triangle(0, 1 + i, 1 + next);
-            fan.add_quad(1 + i, 1 + n + i, 1 + n + next, 1 + next);
-        }
-        const std::unique_ptr<Mesh> mesh = make_mesh(fan);
-        EXPECT_EQ(FreeVertices({vertex(*mesh, 0)}).fair(*mesh), 0);
-        EXPECT_LT(place(vertex(*mesh, 0)).norm(), 1e-6) << n;
-    }
-}
-
 TEST(PatchFairing, WeightsAndAreasOfSingleTriangles) {
     struct Case {
         double x, y;         // third corner over the base (0, 0) to (1, 0)

@@ -12,7 +12,6 @@
 #include <tuple>
 
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 using namespace KVN::toolkit;
 
@@ -244,19 +243,6 @@ TEST(ScanFiles, FailedWriteKeepsTheOldFileAndLeavesNothing) {
         EXPECT_EQ(folder.entries(), entries) << name;
     }
     std::signal(SIGXFSZ, old_handler);
-}
-
-TEST(ScanFiles, LinksAreFollowedAndRightsAreKept) {
-    const test::Folder folder;
-    const test::fs::path target = folder.put("real.ply", "old");
-    ::chmod(target.c_str(), 0640);
-    test::fs::create_symlink("real.ply", folder / "link.ply");
-    write_scan(folder / "link.ply", test::square());
-    EXPECT_TRUE(test::fs::is_symlink(folder / "link.ply"));
-    EXPECT_EQ(read_scan(target).triangles, test::square().triangles);
-    struct stat state {};
-    ::stat(target.c_str(), &state);
-    EXPECT_EQ(state.st_mode & 0777U, 0640U);
 }
 
 TEST(ScanFiles, OutputThatCannotBeIsRefusedBeforehand) {
