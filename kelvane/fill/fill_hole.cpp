@@ -1,7 +1,9 @@
 #include "kelvane/fill/disc/patch_builder.hpp"
+#include "kelvane/fill/disc/ring_layout.hpp"
 #include "kelvane/fill/hole_filling.hpp"
 
 #include <algorithm>
+#include <cmath>
 
 namespace Mesh_M {
 
@@ -32,6 +34,15 @@ int Orbrel::fillHoleWithoutFair(const std::vector<double>& border, MyOFFDataNew&
     result.innerCount = static_cast<int>(built.points.size()) - built.borderCount;
     patch = std::move(result);
     return 0;
+}
+
+double filling_cost(const std::vector<double>& border) {
+    std::vector<fill::Point> loop;
+    if (!fill::read_border(border, loop)) {
+        return 0.0;
+    }
+    const auto count = static_cast<double>(loop.size());
+    return count * (fill::suits_rings(loop) ? std::sqrt(count) : 0.75 * count);
 }
 
 } // namespace Mesh_M

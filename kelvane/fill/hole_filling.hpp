@@ -106,4 +106,8 @@ class KELVANE_EXPORT Orbrel {
                 std::vector<int>& borderIndices);
 };
 
+/// About what fillHoleWithoutFair costs for this border, as measured, in a unit of its own; for
+/// sharing holes out to threads.
+KELVANE_EXPORT double filling_cost(const std::vector<double>& border);
+
 } // namespace Mesh_M

@@ -7,6 +7,7 @@
 #include <omp.h>
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 
 namespace KVN {
@@ -18,6 +19,11 @@ std::vector<int> places_in_order(const MyOFFDataNew& patch) {
     std::vector<int> in_border(patch.points.size(), -1);
     std::iota(in_border.begin(), in_border.begin() + patch.borderCount, 0);
     return in_border;
+}
+
+// 0 or less: the runtime's default team.
+int team_size(int threads) {
+    return threads > 0 ? threads : omp_get_max_threads();
 }
 
 } // namespace
@@ -84,34 +90,33 @@ void RepairMarkers::size_hole_lists() {
     notes.holes.resize(holes);
 }
 
-// The holes in an order that gives every thread of a static schedule the same work. Filling and
-// fairing grow about with the square of the border.
-std::vector<int> RepairMarkers::hole_order(int threads) const {
-    std::vector<double> costs;
-    costs.reserve(holeBoundaryCount.size());
-    for (const int count : holeBoundaryCount) {
-        costs.push_back(static_cast<double>(count) * count);
-    }
-    return balanced_order(costs, threads > 0 ? threads : omp_get_max_threads());
-}
-
 // All holes side by side, each on its own lists.
 void RepairMarkers::close_holes(const Closing& closing, int threads) {
-    for_each_hole(hole_order(threads), threads,
+    const int team = team_size(threads);
+    std::vector<double> costs(holePoints.size());
+    for (std::size_t i = 0; team > 1 && i < costs.size(); ++i) {
+        costs[i] = Mesh_M::filling_cost(flat_border(i));
+    }
+    for_each_hole(balanced_order(costs, team), threads,
                   [&](int i) { notes.holes[i].closing_result = (this->*closing.close)(i); });
 }
 
 // Fills one hole. Only the border goes in; the neighbourhood is not used here. A hole that could
 // not be filled keeps an empty patch.
 int RepairMarkers::fill_hole(int i) {
+    return Mesh_M::Orbrel::fillHoleWithoutFair(flat_border(i), patches[i]);
+}
+
+// The coordinates of a hole's border, one after the other.
+std::vector<double> RepairMarkers::flat_border(std::size_t i) const {
     // A whole-hole repair may have left fewer points than the border had.
-    const int k = std::min(holeBoundaryCount[i], static_cast<int>(holePoints[i].size()));
-    std::vector<double> border(3 * static_cast<std::size_t>(k));
-    for (int j = 0; j < k; ++j) {
+    const std::size_t k = std::min<std::size_t>(holeBoundaryCount[i], holePoints[i].size());
+    std::vector<double> border(3 * k);
+    for (std::size_t j = 0; j < k; ++j) {
         std::copy(holePoints[i][j].p, holePoints[i][j].p + 3,
                   border.begin() + 3 * static_cast<std::ptrdiff_t>(j));
     }
-    return Mesh_M::Orbrel::fillHoleWithoutFair(border, patches[i]);
+    return border;
 }
 
 // Serial and in hole order: the stores grow here, and a patch may meet edges of an earlier one.
@@ -170,11 +175,16 @@ void RepairMarkers::join_patch(int i) {
 void RepairMarkers::fair_patches(int threads, const RunPlaces& places) {
     const int holes = static_cast<int>(holePoints.size());
     std::vector<PatchFairing> fairings;
+    std::vector<double> costs; // measured: the factorisation grows about so
     fairings.reserve(holes);
+    costs.reserve(holes);
     for (int i = 0; i < holes; ++i) {
         fairings.emplace_back(mesh, patches[i], patchVerts[i], sizeAdjustable);
+        const auto points = static_cast<double>(patches[i].points.size());
+        costs.push_back(points * std::cbrt(points));
     }
-    for_each_hole(hole_order(threads), 0, [&](int i) { fairings[i].solve(); });
+    for_each_hole(balanced_order(costs, team_size(threads)), 0,
+                  [&](int i) { fairings[i].solve(); });
     for (int i = 0; i < holes; ++i) {
         if (places.before_move) {
             HoleNote& note = notes.holes[i];

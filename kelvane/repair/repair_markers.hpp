@@ -98,7 +98,7 @@ class KELVANE_EXPORT RepairMarkers {
     void run(const Closing& closing, int threads, const RunPlaces& places);
     void setPointIndex();
     void size_hole_lists();
-    std::vector<int> hole_order(int threads) const;
+    std::vector<double> flat_border(std::size_t i) const;
     void close_holes(const Closing& closing, int threads);
     void join_holes(const Closing& closing, const RunPlaces& places);
     bool offer(const Closing& closing, int i, const RunPlaces& places);

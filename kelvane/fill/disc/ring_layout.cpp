@@ -214,14 +214,25 @@ void close(const Ring& ring, const BorderPlane& plane, SizedPatch& layout) {
     add_points(middle, plane, layout);
 }
 
-} // namespace
-
-bool lay_rings(const BorderPlane& plane, SizedPatch& layout) {
+Ring border_ring(const std::vector<Point>& border, const std::vector<double>& sizes,
+                 const BorderPlane& plane) {
     Ring ring;
-    for (const Point& point : layout.patch.points) {
+    for (const Point& point : border) {
         ring.points.push_back(plane.to_plane(point));
     }
-    ring.bases = layout.sizes;
+    ring.bases = sizes;
+    return ring;
+}
+
+} // namespace
+
+bool suits_rings(const std::vector<Point>& border) {
+    const BorderPlane plane = border_plane(border);
+    return suits_rings(border_ring(border, border_sizes(border), plane), plane);
+}
+
+bool lay_rings(const BorderPlane& plane, SizedPatch& layout) {
+    Ring ring = border_ring(layout.patch.points, layout.sizes, plane);
     if (!suits_rings(ring, plane)) {
         return false;
     }

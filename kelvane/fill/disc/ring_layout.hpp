@@ -22,4 +22,7 @@ struct SizedPatch {
 /// suit: few points, edges of very different length, far from flat, or narrow somewhere.
 bool lay_rings(const BorderPlane& plane, SizedPatch& layout);
 
+/// Whether lay_rings would begin with this loop of at least 3 finite points.
+bool suits_rings(const std::vector<Point>& border);
+
 } // namespace Mesh_M::fill
