@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
@@ -24,11 +25,11 @@ void* take_memory(std::size_t bytes) {
     if (bytes > SIZE_MAX - cache_line) {
         throw std::bad_alloc();
     }
-    const std::size_t rounded = (bytes + cache_line - 1) / cache_line * cache_line;
+    const std::size_t rounded =
+        std::max((bytes + cache_line - 1) / cache_line, std::size_t{1}) * cache_line;
     const bool large = rounded >= large_piece;
-    void* memory =
-        std::aligned_alloc(large ? large_page : cache_line, rounded > 0 ? rounded : cache_line);
-    if (memory == nullptr) {
+    void* memory = nullptr;
+    if (posix_memalign(&memory, large ? large_page : cache_line, rounded) != 0) {
         throw std::bad_alloc();
     }
     if (large) {
