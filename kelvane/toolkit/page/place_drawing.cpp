@@ -37,12 +37,16 @@ double extent_of(const FaceList& list, const std::vector<PartFace>& faces,
     return extent;
 }
 
-/// Per point the first of its part in its cell of the grid.
-std::vector<std::uint32_t> leaders(const FaceList& list, double cell) {
+/// Per point the first of its part and of the crop in its cell of the grid.
+std::vector<std::uint32_t> leaders(const FaceList& list, const ViewCrop& crop, double cell) {
     std::map<std::tuple<Part, long, long, long>, std::uint32_t> first;
     std::vector<std::uint32_t> leader;
     for (std::uint32_t i = 0; i < list.points.size(); ++i) {
         const auto& p = list.points[i];
+        if (!crop.holds(p)) {
+            leader.push_back(i);
+            continue;
+        }
         const auto place = [&](std::size_t k) { return std::lround(p[k] / cell); };
         const auto entry =
             first.emplace(std::tuple(list.parts[i], place(0), place(1), place(2)), i);
@@ -90,7 +94,7 @@ class PlaceDrawing {
     void coarsen() {
         const std::vector<PartFace> all = faces_;
         for (double cell = first_cell * extent_; faces_.size() > most_faces; cell *= cell_growth) {
-            leader_ = leaders(place_.list, cell);
+            leader_ = leaders(place_.list, crop_, cell);
             faces_.clear();
             for (PartFace face : all) {
                 for (std::uint32_t& corner : face.corners) {
