@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 using namespace KVN::toolkit;
@@ -23,6 +24,21 @@ TEST(Progress, OnlyGrows) {
     EXPECT_LT(told[1], told[2]);
     EXPECT_EQ(told[2], 1.0);
     EXPECT_EQ(progress.fraction(), 1.0);
+}
+
+TEST(Progress, PartsShareTheStagesBeforeTheOutput) {
+    std::vector<double> told;
+    Progress progress([&](Stage, double done) { told.push_back(done); });
+    for (std::size_t part = 0; part < 1000; ++part) {
+        for (const Stage stage : {Stage::build, Stage::fill, Stage::normals}) {
+            progress.begin(stage, part, 1000);
+        }
+    }
+    progress.begin(Stage::output, 999, 1000);
+    EXPECT_TRUE(std::is_sorted(told.begin(), told.end()));
+    EXPECT_GT(told.size(), 90U);
+    EXPECT_LT(told.size(), 110U);
+    EXPECT_EQ(told.back(), 0.98);
 }
 
 TEST(Progress, CancelIsSeenByTheNextCheck) {

@@ -259,6 +259,7 @@ int random_scans() {
 TEST(Windows, EqualTheWholeMeshOnRandomDefects) {
     int partial = 0;
     int more_rounds = 0;
+    int apart = 0;
     int caught = 0;
     std::map<Outcome, int> outcomes;
     for (int seed = 1; seed <= random_scans(); ++seed) {
@@ -269,11 +270,15 @@ TEST(Windows, EqualTheWholeMeshOnRandomDefects) {
             tuning.margins_beyond = 0.0; // the windows have to grow
             tuning.radii_beyond = 0.0;
         }
+        if (seed % 3 != 0) {
+            tuning.triangles_per_part = 1; // every piece is a part
+        }
         const Planned windows = plan(made.scan, made.markers, made.options, false, tuning);
         ASSERT_TRUE(same(whole.splice, windows.splice)) << "seed " << seed;
         ASSERT_TRUE(same(whole.report, windows.report)) << "seed " << seed;
         partial += windows.windows.vertices < made.scan.vertex_count() ? 1 : 0;
         more_rounds += windows.windows.rounds > 1 ? 1 : 0;
+        apart += windows.windows.parts > 1 ? 1 : 0;
         for (const MarkerReport& m : whole.report.markers) {
             ++outcomes[m.outcome];
         }
@@ -283,9 +288,11 @@ TEST(Windows, EqualTheWholeMeshOnRandomDefects) {
     }
     EXPECT_GT(partial, random_scans() / 4);
     EXPECT_GT(more_rounds, random_scans() / 4);
+    EXPECT_GT(apart, random_scans() / 8);
     EXPECT_GT(caught, 0) << "without the check the same comparison has to fail somewhere";
     RecordProperty("partial", partial);
     RecordProperty("more_rounds", more_rounds);
+    RecordProperty("apart", apart);
     RecordProperty("caught_without_check", caught);
     for (const auto& [outcome, count] : outcomes) {
         RecordProperty(to_string(outcome), count);
@@ -316,6 +323,7 @@ TEST(Windows, EqualTheWholeMeshOnLooseCorners) {
         WindowTuning tuning;
         tuning.margins_beyond = seed % 2; // or the windows have to grow
         tuning.radii_beyond = 0.0;
+        tuning.triangles_per_part = 1;
         write_spliced(*file,
                       planned(FileSurface(*file), made.markers, made.options, report, tuning),
                       folder / "b.stl");
@@ -408,7 +416,9 @@ TEST(Windows, EqualTheWholeMeshOnSyntheticScans) {
             options.method = method.method;
             options.leave_open = true;
             const Planned whole = plan(made.marked, made.markers, options, true);
-            const Planned windows = plan(made.marked, made.markers, options, false);
+            WindowTuning apart;
+            apart.triangles_per_part = 1;
+            const Planned windows = plan(made.marked, made.markers, options, false, apart);
             EXPECT_TRUE(same(whole.splice, windows.splice));
             EXPECT_TRUE(same(whole.report, windows.report));
 

@@ -14,30 +14,30 @@ constexpr double largest_share = 1.0 / 16.0;
 
 } // namespace
 
-std::vector<std::string> warnings(const RunNotes& notes) {
-    float largest = 0.0F;
-    double sum = 0.0;
-    std::size_t edges = 0;
+void CoordinateSteps::add(const RunNotes& notes) {
     for (const RegionNote& region : notes.regions) {
         for (const _face* face : region.faces) {
             for (int k = 0; k < 3; ++k) {
                 const auto& a = face->verts[k]->pos;
                 const auto& b = face->verts[(k + 1) % 3]->pos;
-                largest = std::fmax(largest, std::fmax(std::fabs(a.x), std::fabs(a.y)));
-                largest = std::fmax(largest, std::fabs(a.z));
+                largest_ = std::fmax(largest_, std::fmax(std::fabs(a.x), std::fabs(a.y)));
+                largest_ = std::fmax(largest_, std::fabs(a.z));
                 const double x = double(a.x) - b.x, y = double(a.y) - b.y, z = double(a.z) - b.z;
                 const double length = std::sqrt(x * x + y * y + z * z); // no float overflows it
                 if (std::isfinite(length)) {
-                    sum += length;
-                    ++edges;
+                    sum_ += length;
+                    ++edges_;
                 }
             }
         }
     }
+}
+
+std::vector<std::string> CoordinateSteps::warnings() const {
     const double step =
-        std::nextafter(largest, std::numeric_limits<float>::infinity()) - double(largest);
-    const double mean = edges == 0 ? 0.0 : sum / static_cast<double>(edges);
-    if (!(step > largest_share * mean) || edges == 0) {
+        std::nextafter(largest_, std::numeric_limits<float>::infinity()) - double(largest_);
+    const double mean = edges_ == 0 ? 0.0 : sum_ / static_cast<double>(edges_);
+    if (!(step > largest_share * mean) || edges_ == 0) {
         return {};
     }
     char text[256];

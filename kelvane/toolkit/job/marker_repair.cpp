@@ -49,7 +49,9 @@ void run_repair(Mesh& mesh, const std::vector<Marker>& markers, const RepairOpti
     run.close(report.threads, ticking(clock));
     clock.end();
     report.markers = run.reports();
-    report.warnings = warnings(run.notes());
+    CoordinateSteps steps;
+    steps.add(run.notes());
+    report.warnings = steps.warnings();
     scale_back(report, scale);
     report.vertices_after = live_vertices(mesh);
     report.faces_after = mesh.faces.liveCount;

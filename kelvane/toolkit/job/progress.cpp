@@ -19,6 +19,8 @@ constexpr StageEntry stages[stage_count] = {
     {"insertion", 0.72}, {"fairing", 0.75}, {"normals", 0.93},  {"output", 0.98},
 };
 
+constexpr double step_of_parts = 0.01;
+
 } // namespace
 
 const char* to_string(Stage stage) {
@@ -27,15 +29,22 @@ const char* to_string(Stage stage) {
 
 Progress::Progress(Listener listener) : listener_(std::move(listener)) {}
 
-void Progress::begin(Stage stage) {
-    const int place = static_cast<int>(stage);
-    if (place <= reached_) {
+void Progress::begin(Stage stage, std::size_t part, std::size_t parts) {
+    const double output = stages[stage_count - 1].begins;
+    double done = stages[static_cast<int>(stage)].begins;
+    double least_step = 0.0;
+    if (parts > 1 && stage != Stage::output) {
+        const double before = output * static_cast<double>(part);
+        done = (before + done) / static_cast<double>(parts);
+        least_step = part > 0 ? step_of_parts : 0.0;
+    }
+    if (begun_ && (done <= fraction_.load() || done < fraction_.load() + least_step)) {
         return;
     }
-    reached_ = place;
-    fraction_.store(stages[place].begins);
+    begun_ = true;
+    fraction_.store(done);
     if (listener_) {
-        listener_(stage, stages[place].begins);
+        listener_(stage, done);
     }
 }
 
@@ -43,7 +52,7 @@ void Progress::finish() {
     if (fraction_.load() >= 1.0) {
         return;
     }
-    reached_ = stage_count - 1;
+    begun_ = true;
     fraction_.store(1.0);
     if (listener_) {
         listener_(Stage::output, 1.0);

@@ -4,6 +4,7 @@
 #include "kelvane/export.hpp"
 
 #include <atomic>
+#include <cstddef>
 #include <functional>
 
 namespace KVN::toolkit {
@@ -17,7 +18,8 @@ KELVANE_EXPORT const char* to_string(Stage stage);
 
 /// Follows one job. The fraction done only grows, whatever order the stages are told in: each stage
 /// has a fixed share of the whole, measured on scans of some 100,000 faces. A stage that is told
-/// too late moves nothing and is not passed on.
+/// too late moves nothing and is not passed on. A job that goes through the stages part by part
+/// shares them out among its parts; of those after the first only steps of a hundredth are told.
 ///
 /// The job calls begin(), check() and finish() on its own thread; cancel(), cancelled() and
 /// fraction() may be called from any thread, and from within the listener.
@@ -36,8 +38,8 @@ class KELVANE_EXPORT Progress {
     /// Between 0 and 1; 1 only when the job is finished.
     double fraction() const noexcept { return fraction_.load(); }
 
-    /// The job enters `stage`.
-    void begin(Stage stage);
+    /// The job enters `stage` of its part `part` of `parts`; the output is of all of them.
+    void begin(Stage stage, std::size_t part = 0, std::size_t parts = 1);
     /// The job is finished.
     void finish();
     /// Throws Cancelled after cancel().
@@ -47,7 +49,7 @@ class KELVANE_EXPORT Progress {
     Listener listener_;
     std::atomic<bool> cancel_{false};
     std::atomic<double> fraction_{0.0};
-    int reached_ = -1; // last stage begun
+    bool begun_ = false;
 };
 
 } // namespace KVN::toolkit

@@ -6,6 +6,7 @@
 #include "kelvane/toolkit/scan/splice.hpp"
 #include "kelvane/toolkit/windows/surface.hpp"
 
+#include <cstddef>
 #include <functional>
 #include <vector>
 
@@ -18,19 +19,23 @@ struct WindowTuning {
     /// six to eight edges on common scans, so that one round is nearly always enough.
     double margins_beyond = 3.0;
     double radii_beyond = 0.5;
+    /// What a window is cut into, times the square of the threads, which share the holes of a part:
+    /// the mesh of a part is small enough for a processor's caches.
+    std::size_t triangles_per_part = 16384;
 };
 
 /// What became of the windows, for tests.
 struct WindowNotes {
     int rounds = 0;
     std::size_t vertices = 0; ///< in the last one
+    std::size_t parts = 0;    ///< that it was cut into
 };
 
-/// Repairs the neighbourhoods of the markers and tells what that changes. They become one mesh in
-/// the order of the surface, which is read again, with wider windows, as long as the run is about
-/// to read beyond them. The result is that of a run over the whole surface, to the bit: that is
-/// also the last resort, where windows do not close or a vertex has more faces than a mesh can
-/// hold.
+/// Repairs the neighbourhoods of the markers and tells what that changes. They become meshes in
+/// the order of the surface, one for those that share anything, and that is read again, with wider
+/// windows, as long as the run is about to read beyond them. The result is that of a run over the
+/// whole surface, to the bit: that is also the last resort, where windows do not close or a vertex
+/// has more faces than a mesh can hold.
 ///
 /// Fills `report` but for the stage of the output. Throws InputError for indices
 /// out of range, Cancelled, std::bad_alloc, std::length_error.

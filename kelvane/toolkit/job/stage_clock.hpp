@@ -14,10 +14,16 @@ class StageClock {
     StageClock(RepairReport& report, Progress* progress, bool may_stop)
         : report_(report), progress_(progress), may_stop_(may_stop) {}
 
+    /// What begins from now on is of part `part` of `parts`.
+    void set_part(std::size_t part, std::size_t parts) {
+        part_ = part;
+        parts_ = parts;
+    }
+
     void begin(Stage stage) {
         end();
         if (progress_ != nullptr) {
-            progress_->begin(stage);
+            progress_->begin(stage, part_, parts_);
             if (may_stop_ || stage <= Stage::removal) {
                 progress_->check();
             }
@@ -46,6 +52,8 @@ class StageClock {
     RepairReport& report_;
     Progress* progress_;
     bool may_stop_; // also after the first face is deleted
+    std::size_t part_ = 0;
+    std::size_t parts_ = 1;
     bool running_ = false;
     std::size_t at_ = 0; // the running stage in the report
     Clock::time_point started_;

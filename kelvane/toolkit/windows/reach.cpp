@@ -59,7 +59,12 @@ std::array<int, 3> cells_over(const std::array<double, 3>& extent, double side) 
 } // namespace
 
 Reach::Reach(const std::vector<Capsule>& capsules) {
-    std::copy_if(capsules.begin(), capsules.end(), std::back_inserter(capsules_), is_finite);
+    for (std::size_t i = 0; i < capsules.size(); ++i) {
+        if (is_finite(capsules[i])) {
+            capsules_.push_back(capsules[i]);
+            places_.push_back(static_cast<std::uint32_t>(i));
+        }
+    }
     lower_.fill(std::numeric_limits<double>::infinity());
     upper_.fill(-std::numeric_limits<double>::infinity());
     const auto low = [](const Capsule& c, int k) {
@@ -115,7 +120,8 @@ int Reach::cell(double value, int axis) const {
     return at < cells_[axis] ? static_cast<int>(at) : cells_[axis] - 1;
 }
 
-bool Reach::holds(const float* point) const {
+template <class Visit>
+bool Reach::any_of(const float* point, const Visit& visit) const {
     for (int k = 0; k < 3; ++k) {
         // False for a coordinate that is not a number as well.
         if (!(point[k] >= lower_[k] && point[k] <= upper_[k])) {
@@ -126,11 +132,23 @@ bool Reach::holds(const float* point) const {
         (static_cast<std::size_t>(cell(point[2], 2)) * cells_[1] + cell(point[1], 1)) * cells_[0] +
         cell(point[0], 0);
     for (std::uint32_t i = begin_[at]; i < begin_[at + 1]; ++i) {
-        if (inside(capsules_[entries_[i]], point)) {
+        if (inside(capsules_[entries_[i]], point) && visit(entries_[i])) {
             return true;
         }
     }
     return false;
+}
+
+bool Reach::holds(const float* point) const {
+    return any_of(point, [](std::uint32_t) { return true; });
+}
+
+void Reach::list(const float* point, std::vector<std::uint32_t>& capsules) const {
+    capsules.clear();
+    any_of(point, [&](std::uint32_t capsule) {
+        capsules.push_back(places_[capsule]);
+        return false;
+    });
 }
 
 } // namespace KVN::toolkit

@@ -22,11 +22,18 @@ class Reach {
     explicit Reach(const std::vector<Capsule>& capsules);
 
     bool holds(const float* point) const;
+    /// The capsules that hold the point, by their places in the list that was given.
+    void list(const float* point, std::vector<std::uint32_t>& capsules) const;
 
   private:
     int cell(double value, int axis) const;
 
+    /// Whether `visit` returns true for one of the capsules that hold the point.
+    template <class Visit>
+    bool any_of(const float* point, const Visit& visit) const;
+
     std::vector<Capsule> capsules_;
+    std::vector<std::uint32_t> places_; ///< of the capsules in the list that was given
     std::array<double, 3> lower_{};
     std::array<double, 3> upper_{};
     std::array<double, 3> per_cell_{}; ///< cells per unit of length

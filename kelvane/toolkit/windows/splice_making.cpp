@@ -79,13 +79,11 @@ class SpliceMaker {
         }
     }
 
-    std::int64_t new_vertices() const {
-        return static_cast<std::int64_t>(splice_.new_vertex_count());
-    }
-    std::int64_t new_faces() const { return static_cast<std::int64_t>(splice_.faces.size()); }
-
     /// The new vertices on the rim that one hole got before it was filled.
     void add_rim(const HoleNote& hole, const std::vector<_vert*>& border) {
+        PatchRecords patch;
+        patch.marker = static_cast<std::size_t>(hole.marker);
+        patch.first_rim = splice_.new_vertex_count();
         const std::optional<PatchOrigins> origins = origins_of(hole, border);
         for (std::int32_t i = 0; i < hole.rim_vertices; ++i) {
             const _vert* v = *(border.end() - hole.rim_vertices + i);
@@ -94,10 +92,15 @@ class SpliceMaker {
                 add_origins(origins->of_rim_vertex(i));
             }
         }
+        patch.rim_end = splice_.new_vertex_count();
+        patches_.push_back(patch);
     }
 
-    /// The patch of one hole. All rims come before, as in the store.
-    void add_patch(const HoleNote& hole, const std::vector<_vert*>& border) {
+    /// The patch of the hole whose rim was the `number`th. All rims come before, as in the store.
+    void add_patch(std::size_t number, const HoleNote& hole, const std::vector<_vert*>& border) {
+        PatchRecords& patch = patches_[number];
+        patch.first_vertex = splice_.new_vertex_count();
+        patch.first_face = splice_.faces.size();
         std::optional<PatchOrigins> origins = origins_of(hole, border);
         if (origins) {
             origins->list_faces([&](const _face* face) { return stays(face); });
@@ -118,12 +121,15 @@ class SpliceMaker {
             splice_.faces.push_back(corners);
             if (origins) {
                 const _face* origin = origins->of_face(face);
-                splice_.face_origin.push_back(origin != nullptr ? record_of(origin) : any_record());
+                splice_.face_origin.push_back(origin != nullptr ? record_of(origin) : any_record);
             }
         }
+        patch.vertex_end = splice_.new_vertex_count();
+        patch.face_end = splice_.faces.size();
     }
 
-    Splice take() {
+    PartSplice take() {
+        std::vector<std::uint64_t> records;
         for (const std::size_t t : returning_) {
             std::array<std::uint32_t, 3> corners{};
             for (std::size_t k = 0; k < 3; ++k) {
@@ -131,14 +137,12 @@ class SpliceMaker {
                     window_.vertices[static_cast<std::size_t>(window_.triangles[3 * t + k])];
             }
             splice_.faces.push_back(corners);
+            records.push_back(window_.records[t]);
             if (window_.has_properties) {
-                splice_.face_origin.push_back(any_record());
+                splice_.face_origin.push_back(any_record);
             }
         }
-        if (no_origin_) {
-            splice_.face_origin.clear();
-        }
-        return std::move(splice_);
+        return {std::move(splice_), std::move(patches_), std::move(records)};
     }
 
   private:
@@ -184,19 +188,6 @@ class SpliceMaker {
 
     bool is_gone(std::uint64_t record) const {
         return std::binary_search(splice_.faces_gone.begin(), splice_.faces_gone.end(), record);
-    }
-
-    /// The scan's first record that stays, for faces at whose border none does.
-    std::uint64_t any_record() {
-        std::uint64_t record = 0;
-        for (const std::uint64_t gone : splice_.faces_gone) {
-            if (gone > record) {
-                break;
-            }
-            record = gone + 1;
-        }
-        no_origin_ = no_origin_ || record >= window_.records_of_scan;
-        return record;
     }
 
     std::optional<PatchOrigins> origins_of(const HoleNote& hole,
@@ -246,14 +237,14 @@ class SpliceMaker {
     std::vector<std::size_t> triangle_of_; ///< per face in the store
     std::vector<std::uint32_t> new_index_; ///< per vertex in the store, for new ones
     std::int32_t first_new_face_ = 0;
-    bool no_origin_ = false;
+    std::vector<PatchRecords> patches_;
     Splice splice_;
 };
 
 } // namespace
 
-Splice make_splice(const FinishedRun& finished, bool leave_open,
-                   std::vector<MarkerReport>& reports) {
+PartSplice make_splice(const FinishedRun& finished, bool leave_open,
+                       std::vector<MarkerReport>& reports) {
     SpliceMaker maker(finished.window, finished.mesh, finished.face_of);
     const RunNotes& notes = finished.run.notes();
     std::vector<char> left(notes.regions.size(), 0);
@@ -279,11 +270,8 @@ Splice make_splice(const FinishedRun& finished, bool leave_open,
     for (const std::size_t h : closed) {
         maker.add_rim(notes.holes[h], finished.run.borders()[h]);
     }
-    for (const std::size_t h : closed) {
-        MarkerReport& report = reports[static_cast<std::size_t>(notes.holes[h].marker)];
-        report.first_new_vertex = maker.new_vertices();
-        report.first_new_face = maker.new_faces();
-        maker.add_patch(notes.holes[h], finished.run.borders()[h]);
+    for (std::size_t i = 0; i < closed.size(); ++i) {
+        maker.add_patch(i, notes.holes[closed[i]], finished.run.borders()[closed[i]]);
     }
     return maker.take();
 }
@@ -292,7 +280,8 @@ Splice make_cut_splice(const Window& window, const Mesh_M::Mesh& mesh,
                        const std::vector<std::int32_t>& face_of) {
     SpliceMaker maker(window, mesh, face_of);
     maker.list_what_goes();
-    return maker.take();
+    std::vector<MarkerReport> none;
+    return join_splices({maker.take()}, window.vertices_of_scan, window.records_of_scan, none);
 }
 
 } // namespace KVN::toolkit
