@@ -65,11 +65,11 @@ expect_either() {
     fi
 }
 
-# expect_end NAME: ended by a signal, or finished in full just before.
+# expect_end NAME: ended by a signal, before the new output was put in place or just after, or finished.
 expect_end() {
     if is_clean && { [ "$status" -eq 0 ] && is_whole; }; then
         finished=$((finished + 1))
-    elif [ "$status" -gt 128 ] && is_old && is_clean && [ "$(wc -l <err)" -le 1 ]; then
+    elif [ "$status" -gt 128 ] && { is_old || is_whole; } && is_clean && [ "$(wc -l <err)" -le 1 ]; then
         ended=$((ended + 1)) # before its handlers stand, it says nothing
     else
         fail "$1"
